@@ -1,0 +1,27 @@
+# tessiva_module(target name description): gives a module of ours its product
+# version: a VERSIONINFO resource on Windows, an ELF note on Linux. Both carry
+# ProductVersion = TESSIVA_PRODUCT_VERSION unless VERSION is passed.
+function(tessiva_module target name description)
+  cmake_parse_arguments(ARG "" "VERSION" "" ${ARGN})
+  if(ARG_VERSION)
+    set(version "${ARG_VERSION}")
+  else()
+    set(version "${TESSIVA_PRODUCT_VERSION}")
+  endif()
+  string(REPLACE "." "," version_commas "${version}")
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "EXECUTABLE")
+    set(file_name "${name}.exe")
+  else()
+    set(file_name "${name}.dll")
+  endif()
+  if(WIN32)
+    set(rc ${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${rc} @ONLY)
+    target_sources(${target} PRIVATE ${rc})
+  else()
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/platform/posix/version_note/version_note.cpp)
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/platform/posix/version_note/version_note.cpp
+      TARGET_DIRECTORY ${target} PROPERTIES COMPILE_DEFINITIONS "TESSIVA_NOTE_VERSION=\"${version}\"")
+  endif()
+endfunction()

@@ -1,0 +1,128 @@
+// Version-1 converter: frames as loose arguments, OpenCL context, device and
+// queue from the host.
+#pragma once
+#include <cstdint>
+
+#include "cpu/routine_table.h"
+#include "opencl/opencl_library.h"
+#include "platform/platform.h"
+#include "tessiva.h"
+
+namespace tessiva {
+
+// One image as the interface passes it.
+struct ImageArgs {
+    int32_t kind;
+    void* memory;
+    int32_t width;
+    int32_t height;
+    int32_t pitch;
+};
+
+class Tessiva final : public ITessiva {
+public:
+    Tessiva();
+
+    void TESSIVA_CALL SetOpenCLDevice(void* context, void* device) override;
+    TessivaResult TESSIVA_CALL SetKernelSourceFolder(const TessivaChar16* folder) override;
+
+#define TESSIVA_TWO_IMAGE_ARGS                                                                    \
+    void *queue, int32_t srcKind, void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcPitch, \
+        int32_t dstKind, void *dst, int32_t dstWidth, int32_t dstHeight, int32_t dstPitch
+    TessivaResult TESSIVA_CALL RGB32toYUV32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUV32toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL RGB32toYUY2(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUY2toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL RGB32toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL RGB24toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertRGB32toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertRGB32toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertRGB32toYUV32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertYUV32toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertYUY2toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertRGB32toYUY2(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL RGB32toYV12(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YV12toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUV32toYV12(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YV12toYUV32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertRGB32toYV12(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertYV12toRGB32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUV32toYUY2(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUY2toYUV32(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUV32toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertYUV32toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL YUY2toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+    TessivaResult TESSIVA_CALL InvertYUY2toRGB24(TESSIVA_TWO_IMAGE_ARGS) override;
+#undef TESSIVA_TWO_IMAGE_ARGS
+
+    TessivaResult TESSIVA_CALL FillColorToBuffer(void* queue, int32_t kind, void* image, int32_t width,
+                                                 int32_t height, int32_t pitch, uint32_t color) override;
+    TessivaResult TESSIVA_CALL FillColorToLine(void* queue, int32_t kind, void* line, int32_t count,
+                                               uint32_t color) override;
+    TessivaResult TESSIVA_CALL FieldToFrame(void* queue, int32_t path, void* frameA, void* frameB, int32_t oddLines,
+                                            int32_t width, int32_t height) override;
+    TessivaResult TESSIVA_CALL FrameToField(void* queue, int32_t path, void* frame, void* evenOut, void* oddOut,
+                                            int32_t width, int32_t height, int32_t interpolate) override;
+    TessivaResult TESSIVA_CALL MakeBottomField(void* queue, int32_t path, void* frame, int32_t width, int32_t height,
+                                               int32_t interpolate) override;
+    TessivaResult TESSIVA_CALL MakeTopField(void* queue, int32_t path, void* frame, int32_t width, int32_t height,
+                                            int32_t interpolate) override;
+    TessivaResult TESSIVA_CALL DuplicateWeaveFields(void* queue, int32_t path, void* frameA, void* frameB,
+                                                    void* output, int32_t width, int32_t height) override;
+    TessivaResult TESSIVA_CALL DuplicateCopyField(void* queue, int32_t path, void* frameA, void* frameB,
+                                                  int32_t width, int32_t height, int32_t oddLines) override;
+    TessivaResult TESSIVA_CALL DuplicateSplitFrame(void* queue, int32_t path, void* frame, void* evenOut,
+                                                   void* oddOut, int32_t width, int32_t height) override;
+    TessivaResult TESSIVA_CALL DuplicateKeepEvenLines(void* queue, int32_t path, void* frame, int32_t width,
+                                                      int32_t height) override;
+    TessivaResult TESSIVA_CALL DuplicateKeepOddLines(void* queue, int32_t path, void* frame, int32_t width,
+                                                     int32_t height) override;
+    TessivaResult TESSIVA_CALL InterpolateFrameToField(void* queue, int32_t path, void* frame, void* evenOut,
+                                                       void* oddOut, int32_t width, int32_t height) override;
+    TessivaResult TESSIVA_CALL InterpolateMakeBottomField(void* queue, int32_t path, void* frame, int32_t width,
+                                                          int32_t height) override;
+    TessivaResult TESSIVA_CALL InterpolateMakeTopField(void* queue, int32_t path, void* frame, int32_t width,
+                                                       int32_t height) override;
+    TessivaResult TESSIVA_CALL Stretch(void* queue, int32_t srcKind, void* src, int32_t srcWidth, int32_t srcHeight,
+                                       int32_t srcPitch, int32_t dstKind, void* dst, int32_t dstWidth,
+                                       int32_t dstHeight, int32_t dstPitch, uint32_t fitMode, uint32_t quality,
+                                       uint32_t srcAspectNum, uint32_t srcAspectDen, uint32_t dstAspectNum,
+                                       uint32_t dstAspectDen) override;
+    ITessiva* TESSIVA_CALL DeletingDestructor(uint32_t flags) override;
+
+    // Read-only views for diagnostics and tests.
+    uint32_t InstructionLevel() const { return instructionLevel_; }
+    const char16_t* CacheFolderName() const { return cacheFolderName_; }
+    const char16_t* KernelSourceFolder() const { return kernelSourceFolder_; }
+    void* Context() const { return context_; }
+    void* Device() const { return device_; }
+    bool OpenCLReady() const { return openCL_.IsReady(); }
+
+    static constexpr int kKernelCount = 34;
+
+private:
+    ~Tessiva();
+
+    // The preamble shared by the two-image slots: sizes, then kinds, then the
+    // processor routine `cpu` (read from the table by the caller) (no lock) or the OpenCL path (under the lock).
+    TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst);
+    // OpenCL half of a two-image slot; runs under the object lock.
+    TessivaResult TwoImageOnGpu(const ImageArgs& src, const ImageArgs& dst);
+
+    uint32_t instructionLevel_ = 0;
+    OpenCLLibrary openCL_;
+    platform::CriticalSection lock_;
+    char16_t kernelSourceFolder_[260] = {};
+    char16_t cacheFolderName_[260] = {};
+    void* context_ = nullptr;
+    void* device_ = nullptr;
+    uint32_t vendorClass_ = 0;
+    uint8_t flag_ = 0;
+    uint8_t scrambleKey_ = 0;
+    void* scratch_[2] = {nullptr, nullptr};
+    uint32_t scratchSize_[2] = {0, 0};
+    void* program_ = nullptr;
+    void* kernels_[kKernelCount] = {};
+};
+
+}  // namespace tessiva
