@@ -71,6 +71,16 @@ private:
     void* handler_ = nullptr;
 };
 
+// Calls virtual slot `slot` of a COM-style object through its raw function
+// table, as a host compiled by another compiler would: entry i of the table
+// takes the object as its first argument.
+template <typename R, typename... Args>
+R CallSlot(void* object, int slot, Args... args) {
+    using Entry = R (*)(void*, Args...);
+    void** table = *static_cast<void***>(object);
+    return reinterpret_cast<Entry>(table[slot])(object, args...);
+}
+
 // Sets (or, with null, removes) an environment variable of this process.
 void SetEnv(const char* name, const char* value);
 
