@@ -98,12 +98,39 @@ TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB24, routineTable.InvertYUY2toRGB24)
 #undef TESSIVA_TWO_IMAGE_SLOT
 #undef TESSIVA_TWO_IMAGE_PARAMS
 
-// Fill, frame/field and stretch slots: their routines arrive with the issues that
-// own them. Until then they answer E_NOTIMPL and touch nothing.
-TessivaResult Tessiva::FillColorToBuffer(void*, int32_t, void*, int32_t, int32_t, int32_t, uint32_t) {
-    return TESSIVA_E_NOTIMPL;
+// Fills. Host memory: a null image or a negative size answers E_FAIL, and so does
+// a pitch shorter than a row (a filled row would run into the next one).
+TessivaResult Tessiva::FillColorToBuffer(void* queue, int32_t kind, void* image, int32_t width, int32_t height,
+                                         int32_t pitch, uint32_t color) {
+    if (kind == TESSIVA_MEMORY_HOST) {
+        if (!image || width < 0 || height < 0 || pitch < 0 || int64_t(pitch) < int64_t(width) * 4)
+            return TESSIVA_E_FAIL;
+        routineTable.FillColorToBuffer(static_cast<uint8_t*>(image), uint32_t(width), uint32_t(height),
+                                       uint32_t(pitch), color);
+        return TESSIVA_S_OK;
+    }
+    if (kind != TESSIVA_MEMORY_OPENCL) return TESSIVA_S_OK;
+    return FillOnGpu(queue, image, width, height, pitch, color);
 }
-TessivaResult Tessiva::FillColorToLine(void*, int32_t, void*, int32_t, uint32_t) { return TESSIVA_E_NOTIMPL; }
+
+TessivaResult Tessiva::FillColorToLine(void* queue, int32_t kind, void* line, int32_t count, uint32_t color) {
+    if (kind == TESSIVA_MEMORY_HOST) {
+        if (!line || count < 0) return TESSIVA_E_FAIL;
+        routineTable.FillColorToLine(static_cast<uint8_t*>(line), uint32_t(count), color);
+        return TESSIVA_S_OK;
+    }
+    if (kind != TESSIVA_MEMORY_OPENCL) return TESSIVA_S_OK;
+    return FillOnGpu(queue, line, count, 1, count * 4, color);
+}
+
+TessivaResult Tessiva::FillOnGpu(void*, void*, int32_t, int32_t, int32_t, uint32_t) {
+    platform::ScopedLock hold(lock_);
+    if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
+    return TESSIVA_E_FAIL;  // the fill kernel arrives with the OpenCL program
+}
+
+// Frame/field and stretch slots: their routines arrive with the issues that own
+// them. Until then they answer E_NOTIMPL and touch nothing.
 TessivaResult Tessiva::FieldToFrame(void*, int32_t, void*, void*, int32_t, int32_t, int32_t) {
     return TESSIVA_E_NOTIMPL;
 }

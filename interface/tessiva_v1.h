@@ -108,6 +108,8 @@ private:
     TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst);
     // OpenCL half of a two-image slot; runs under the object lock.
     TessivaResult TwoImageOnGpu(const ImageArgs& src, const ImageArgs& dst);
+    // OpenCL half of the fills; runs under the object lock.
+    TessivaResult FillOnGpu(void* queue, void* image, int32_t width, int32_t height, int32_t pitch, uint32_t color);
 
     uint32_t instructionLevel_ = 0;
     OpenCLLibrary openCL_;
