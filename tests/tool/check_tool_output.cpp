@@ -1,0 +1,407 @@
+// Checks the files that tool_test.cmake has tessiva-convert write, against
+// expectations computed here from the BT.601 formulas and, for PNG files, with a
+// small inflater of its own. Exit status 0 when the file is right.
+//
+//   tessiva_tool_check card  FILE W H           FILE is the test card (RGB32)
+//   tessiva_tool_check yuv32 FILE W H [invert]  FILE is the card converted to YUV32
+//   tessiva_tool_check rgb32 FILE W H           FILE is that YUV32 converted back
+//   tessiva_tool_check png   FILE W H [RGB32]   FILE is a well-formed PNG (of the RGB32 frame)
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "test_card.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using tessiva::tool::FrameSize;
+
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] void Fail(const std::string& what) { throw Failure(what); }
+
+Bytes ReadFile(const std::string& path) {
+    FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) Fail("cannot open " + path);
+    Bytes bytes;
+    uint8_t chunk[65536];
+    std::size_t n;
+    while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) bytes.insert(bytes.end(), chunk, chunk + n);
+    std::fclose(f);
+    return bytes;
+}
+
+std::string At(std::size_t pixel, int width) {
+    return "pixel (" + std::to_string(pixel % width) + ", " + std::to_string(pixel / width) + ")";
+}
+
+void ExpectSize(const Bytes& b, std::size_t size, const std::string& what) {
+    if (b.size() != size)
+        Fail(what + " holds " + std::to_string(b.size()) + " bytes, expected " + std::to_string(size));
+}
+
+// ---- colour formulas (BT.601 studio range, 12-bit fixed point) ----
+
+void RgbToYuv32(const uint8_t* bgra, uint8_t* vuya) {
+    const int b = bgra[0], g = bgra[1], r = bgra[2];
+    vuya[0] = uint8_t((1798 * r - 1507 * g - 291 * b + 526336) >> 12);
+    vuya[1] = uint8_t((-606 * r - 1192 * g + 1798 * b + 526336) >> 12);
+    vuya[2] = uint8_t((1053 * r + 2064 * g + 401 * b + 67584) >> 12);
+    vuya[3] = bgra[3];
+}
+
+int Clamp(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
+
+// B, G, R, A of a YUV32 pixel; `blue` is the factor of U in B (8265, or 8266 in
+// the YUV32 readers of the SSE2 level and above).
+void Yuv32ToRgb(const uint8_t* vuya, int blue, uint8_t* bgra) {
+    const int l = 4768 * (vuya[2] - 16) + 2048, u = vuya[1] - 128, v = vuya[0] - 128;
+    bgra[0] = uint8_t(Clamp((l + blue * u) >> 12));
+    bgra[1] = uint8_t(Clamp((l - 1602 * u - 3330 * v) >> 12));
+    bgra[2] = uint8_t(Clamp((l + 6537 * v) >> 12));
+    bgra[3] = vuya[3];
+}
+
+Bytes CardYuv32(FrameSize size, bool invert) {
+    const Bytes card = tessiva::tool::DrawTestCard(size);
+    Bytes yuv(card.size());
+    const std::size_t row = std::size_t(size.width) * 4;
+    for (int y = 0; y < size.height; ++y) {
+        const int from = invert ? size.height - 1 - y : y;
+        for (int x = 0; x < size.width; ++x) RgbToYuv32(&card[from * row + x * 4], &yuv[y * row + x * 4]);
+    }
+    return yuv;
+}
+
+// ---- the test card ----
+
+void CheckCard(const Bytes& file, FrameSize size) {
+    const Bytes card = tessiva::tool::DrawTestCard(size);
+    ExpectSize(file, card.size(), "the card");
+    for (std::size_t i = 0; i < card.size(); ++i)
+        if (file[i] != card[i])
+            Fail("the card differs at " + At(i / 4, size.width) + ", byte " + std::to_string(i % 4));
+    // Landmarks of the documented layout, independent of the drawing code.
+    auto pixel = [&](int x, int y) { return &file[(std::size_t(y) * size.width + x) * 4]; };
+    auto is = [](const uint8_t* p, int r, int g, int b) { return p[2] == r && p[1] == g && p[0] == b && p[3] == 255; };
+    const int w = size.width, h = size.height;
+    if (!is(pixel(0, 0), 255, 255, 255)) Fail("the first bar is not white");
+    if (!is(pixel(w * 6 / 8 + 1, h / 4), 0, 0, 255)) Fail("the seventh bar is not blue");
+    if (!is(pixel(w - 1, 0), 0, 0, 0)) Fail("the last bar is not black");
+    const int rampRow = h * 8 / 12;
+    if (!is(pixel(0, rampRow), 0, 0, 0) || !is(pixel(w - 1, rampRow), 255, 255, 255))
+        Fail("the grey ramp does not run from black to white");
+    for (std::size_t i = 3; i < file.size(); i += 4)
+        if (file[i] != 255) Fail("alpha is not 255 at " + At(i / 4, w));
+}
+
+void CheckYuv32(const Bytes& file, FrameSize size, bool invert) {
+    const Bytes expected = CardYuv32(size, invert);
+    ExpectSize(file, expected.size(), "the YUV32 frame");
+    static const char* kNames[4] = {"V", "U", "Y", "A"};
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        if (file[i] != expected[i])
+            Fail(std::string("YUV32 ") + kNames[i % 4] + " at " + At(i / 4, size.width) + " is " +
+                 std::to_string(file[i]) + ", expected " + std::to_string(expected[i]));
+}
+
+void CheckRgb32(const Bytes& file, FrameSize size) {
+    const Bytes yuv = CardYuv32(size, false);
+    ExpectSize(file, yuv.size(), "the RGB32 frame");
+    for (std::size_t p = 0; p < yuv.size() / 4; ++p) {
+        uint8_t a[4], b[4];
+        Yuv32ToRgb(&yuv[p * 4], 8265, a);
+        Yuv32ToRgb(&yuv[p * 4], 8266, b);
+        const uint8_t* got = &file[p * 4];
+        if (got[1] != a[1] || got[2] != a[2] || got[3] != a[3] || (got[0] != a[0] && got[0] != b[0]))
+            Fail("RGB32 at " + At(p, size.width) + " is B,G,R,A " + std::to_string(got[0]) + "," +
+                 std::to_string(got[1]) + "," + std::to_string(got[2]) + "," + std::to_string(got[3]) +
+                 ", expected " + std::to_string(a[0]) + "," + std::to_string(a[1]) + "," + std::to_string(a[2]) +
+                 "," + std::to_string(a[3]));
+    }
+}
+
+// ---- PNG ----
+
+uint32_t BE32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
+
+uint32_t Crc32(const uint8_t* p, std::size_t n) {
+    uint32_t c = 0xFFFFFFFFu;
+    for (std::size_t i = 0; i < n; ++i) {
+        c ^= p[i];
+        for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1)));
+    }
+    return ~c;
+}
+
+// RFC 1951 decoder for stored, fixed and dynamic blocks, after the pattern of
+// zlib's puff: canonical codes decoded one bit at a time.
+class Inflater {
+public:
+    Inflater(const uint8_t* data, std::size_t size) : in_(data), size_(size) {}
+
+    Bytes Run() {
+        int last;
+        do {
+            last = Bits(1);
+            switch (Bits(2)) {
+                case 0: Stored(); break;
+                case 1: Fixed(); break;
+                case 2: Dynamic(); break;
+                default: Fail("deflate block type 3");
+            }
+        } while (!last);
+        return out_;
+    }
+    std::size_t BytesUsed() const { return pos_; }
+
+private:
+    struct Huffman {
+        short count[16];
+        short symbol[320];
+    };
+
+    int Bits(int need) {
+        uint32_t value = bitBuffer_;
+        while (bitCount_ < need) {
+            if (pos_ >= size_) Fail("deflate data ends early");
+            value |= uint32_t(in_[pos_++]) << bitCount_;
+            bitCount_ += 8;
+        }
+        bitBuffer_ = value >> need;
+        bitCount_ -= need;
+        return int(value & ((1u << need) - 1));
+    }
+
+    static void Build(Huffman* h, const short* lengths, int n) {
+        std::memset(h->count, 0, sizeof h->count);
+        for (int i = 0; i < n; ++i) h->count[lengths[i]]++;
+        short offsets[16];
+        offsets[1] = 0;
+        for (int len = 1; len < 15; ++len) offsets[len + 1] = short(offsets[len] + h->count[len]);
+        for (int i = 0; i < n; ++i)
+            if (lengths[i] != 0) h->symbol[offsets[lengths[i]]++] = short(i);
+    }
+
+    int Decode(const Huffman& h) {
+        int code = 0, first = 0, index = 0;
+        for (int len = 1; len < 16; ++len) {
+            code |= Bits(1);
+            const int count = h.count[len];
+            if (code - count < first) return h.symbol[index + (code - first)];
+            index += count;
+            first = (first + count) << 1;
+            code <<= 1;
+        }
+        Fail("invalid Huffman code");
+    }
+
+    void Stored() {
+        bitBuffer_ = 0;
+        bitCount_ = 0;
+        if (pos_ + 4 > size_) Fail("stored block header ends early");
+        const unsigned len = in_[pos_] | in_[pos_ + 1] << 8, nlen = in_[pos_ + 2] | in_[pos_ + 3] << 8;
+        pos_ += 4;
+        if (len != (~nlen & 0xFFFF)) Fail("stored block length check");
+        if (pos_ + len > size_) Fail("stored block ends early");
+        out_.insert(out_.end(), in_ + pos_, in_ + pos_ + len);
+        pos_ += len;
+    }
+
+    void Codes(const Huffman& lengths, const Huffman& distances) {
+        static const short kBase[29] = {3,  4,  5,  6,  7,  8,  9,  10, 11,  13,  15,  17,  19,  23, 27,
+                                        31, 35, 43, 51, 59, 67, 83, 99, 115, 131, 163, 195, 227, 258};
+        static const short kExtra[29] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,
+                                         2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
+        static const short kDistBase[30] = {1,   2,   3,   4,   5,   7,    9,    13,   17,   25,
+                                            33,  49,  65,  97,  129, 193,  257,  385,  513,  769,
+                                            1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
+        static const short kDistExtra[30] = {0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  5,  5,  6,
+                                             6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
+        for (;;) {
+            int symbol = Decode(lengths);
+            if (symbol < 256) {
+                out_.push_back(uint8_t(symbol));
+                continue;
+            }
+            if (symbol == 256) return;
+            symbol -= 257;
+            if (symbol >= 29) Fail("invalid length symbol");
+            const int len = kBase[symbol] + Bits(kExtra[symbol]);
+            const int d = Decode(distances);
+            if (d >= 30) Fail("invalid distance symbol");
+            const std::size_t dist = std::size_t(kDistBase[d]) + Bits(kDistExtra[d]);
+            if (dist > out_.size()) Fail("distance reaches before the start");
+            for (int i = 0; i < len; ++i) out_.push_back(out_[out_.size() - dist]);
+        }
+    }
+
+    void Fixed() {
+        short lengths[288 + 30];
+        int i = 0;
+        for (; i < 144; ++i) lengths[i] = 8;
+        for (; i < 256; ++i) lengths[i] = 9;
+        for (; i < 280; ++i) lengths[i] = 7;
+        for (; i < 288; ++i) lengths[i] = 8;
+        for (; i < 288 + 30; ++i) lengths[i] = 5;
+        Huffman lit, dist;
+        Build(&lit, lengths, 288);
+        Build(&dist, lengths + 288, 30);
+        Codes(lit, dist);
+    }
+
+    void Dynamic() {
+        static const short kOrder[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
+        const int nlen = Bits(5) + 257, ndist = Bits(5) + 1, ncode = Bits(4) + 4;
+        if (nlen > 286 || ndist > 30) Fail("bad code counts");
+        short lengths[320] = {};
+        for (int i = 0; i < ncode; ++i) lengths[kOrder[i]] = short(Bits(3));
+        Huffman lencode, distcode;
+        Build(&lencode, lengths, 19);
+        int index = 0;
+        while (index < nlen + ndist) {
+            int symbol = Decode(lencode);
+            if (symbol < 16) {
+                lengths[index++] = short(symbol);
+                continue;
+            }
+            short len = 0;
+            if (symbol == 16) {
+                if (index == 0) Fail("repeat with no previous length");
+                len = lengths[index - 1];
+                symbol = 3 + Bits(2);
+            } else if (symbol == 17) {
+                symbol = 3 + Bits(3);
+            } else {
+                symbol = 11 + Bits(7);
+            }
+            if (index + symbol > nlen + ndist) Fail("too many lengths");
+            while (symbol--) lengths[index++] = len;
+        }
+        Build(&lencode, lengths, nlen);
+        Build(&distcode, lengths + nlen, ndist);
+        Codes(lencode, distcode);
+    }
+
+    const uint8_t* in_;
+    std::size_t size_, pos_ = 0;
+    uint32_t bitBuffer_ = 0;
+    int bitCount_ = 0;
+    Bytes out_;
+};
+
+int Paeth(int a, int b, int c) {
+    const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
+    return pa <= pb && pa <= pc ? a : pb <= pc ? b : c;
+}
+
+// Without `rgb32` (empty) the pixels are not compared.
+void CheckPng(const Bytes& png, FrameSize size, const Bytes& rgb32) {
+    static const uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    if (png.size() < 8 || std::memcmp(png.data(), kSignature, 8) != 0) Fail("no PNG signature");
+    Bytes stream;
+    std::string order;
+    bool ended = false;
+    for (std::size_t at = 8; at < png.size();) {
+        if (ended) Fail("bytes after IEND");
+        if (at + 12 > png.size()) Fail("a chunk runs past the end");
+        const uint32_t length = BE32(&png[at]);
+        if (length > png.size() - at - 12) Fail("a chunk runs past the end");
+        const std::string type(reinterpret_cast<const char*>(&png[at + 4]), 4);
+        if (Crc32(&png[at + 4], length + 4) != BE32(&png[at + 8 + length])) Fail("CRC of chunk " + type);
+        const uint8_t* data = &png[at + 8];
+        if (type == "IHDR") {
+            if (!order.empty() || length != 13) Fail("IHDR is not the first chunk of 13 bytes");
+            if (BE32(data) != uint32_t(size.width) || BE32(data + 4) != uint32_t(size.height))
+                Fail("IHDR size " + std::to_string(BE32(data)) + "x" + std::to_string(BE32(data + 4)));
+            if (data[8] != 8 || data[9] != 2 || data[10] != 0 || data[11] != 0 || data[12] != 0)
+                Fail("IHDR is not 8-bit RGB, deflate, filter 0, no interlace");
+        } else if (type == "IDAT") {
+            if (order.empty() || (order.back() != 'H' && order.back() != 'D')) Fail("IDAT chunks are not consecutive");
+            stream.insert(stream.end(), data, data + length);
+        } else if (type == "IEND") {
+            if (length != 0) Fail("IEND carries data");
+            ended = true;
+        } else if (!(type[0] & 0x20)) {
+            Fail("unknown critical chunk " + type);
+        }
+        order += type == "IHDR" ? 'H' : type == "IDAT" ? 'D' : type == "IEND" ? 'E' : 'x';
+        at += 12 + length;
+    }
+    if (!ended || order.find('D') == std::string::npos) Fail("IDAT or IEND missing");
+
+    // zlib: header, deflate data, Adler-32 of the inflated bytes.
+    if (stream.size() < 6 || (stream[0] & 0x0F) != 8 || (stream[0] >> 4) > 7 ||
+        (stream[0] << 8 | stream[1]) % 31 != 0 || (stream[1] & 0x20))
+        Fail("bad zlib header");
+    Inflater inflater(stream.data() + 2, stream.size() - 2);
+    const Bytes raw = inflater.Run();
+    const std::size_t rowBytes = std::size_t(size.width) * 3;
+    ExpectSize(raw, (rowBytes + 1) * size.height, "the inflated image data");
+    const std::size_t end = 2 + inflater.BytesUsed();
+    if (end + 4 != stream.size()) Fail("the zlib stream does not end with its Adler-32");
+    uint32_t a = 1, b = 0;
+    for (uint8_t v : raw) a = (a + v) % 65521, b = (b + a) % 65521;
+    if (BE32(&stream[end]) != (b << 16 | a)) Fail("Adler-32 of the image data");
+
+    // Undo the row filters and compare with the frame's R, G, B.
+    if (rgb32.empty()) return;
+    ExpectSize(rgb32, std::size_t(size.width) * size.height * 4, "the RGB32 reference");
+    Bytes previous(rowBytes, 0), row(rowBytes);
+    for (int y = 0; y < size.height; ++y) {
+        const uint8_t* line = &raw[y * (rowBytes + 1)];
+        for (std::size_t i = 0; i < rowBytes; ++i) {
+            const int left = i >= 3 ? row[i - 3] : 0, up = previous[i], corner = i >= 3 ? previous[i - 3] : 0;
+            int predictor = 0;
+            switch (line[0]) {
+                case 0: break;
+                case 1: predictor = left; break;
+                case 2: predictor = up; break;
+                case 3: predictor = (left + up) / 2; break;
+                case 4: predictor = Paeth(left, up, corner); break;
+                default: Fail("filter type " + std::to_string(line[0]) + " on row " + std::to_string(y));
+            }
+            row[i] = uint8_t(line[1 + i] + predictor);
+        }
+        for (int x = 0; x < size.width; ++x) {
+            const uint8_t* want = &rgb32[(std::size_t(y) * size.width + x) * 4];
+            if (row[x * 3] != want[2] || row[x * 3 + 1] != want[1] || row[x * 3 + 2] != want[0])
+                Fail("PNG pixel (" + std::to_string(x) + ", " + std::to_string(y) + ") differs from the frame");
+        }
+        previous.swap(row);
+    }
+}
+
+FrameSize SizeArg(const char* w, const char* h) { return {std::atoi(w), std::atoi(h)}; }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const std::string mode = argc > 1 ? argv[1] : "";
+        if (mode == "card" && argc == 5) {
+            CheckCard(ReadFile(argv[2]), SizeArg(argv[3], argv[4]));
+        } else if (mode == "yuv32" && (argc == 5 || argc == 6)) {
+            CheckYuv32(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argc == 6 && std::string(argv[5]) == "invert");
+        } else if (mode == "rgb32" && argc == 5) {
+            CheckRgb32(ReadFile(argv[2]), SizeArg(argv[3], argv[4]));
+        } else if (mode == "png" && (argc == 5 || argc == 6)) {
+            CheckPng(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argc == 6 ? ReadFile(argv[5]) : Bytes());
+        } else {
+            std::fprintf(stderr, "usage: tessiva_tool_check card|yuv32|rgb32|png FILE W H [invert|RGB32FILE]\n");
+            return 2;
+        }
+    } catch (const Failure& f) {
+        std::fprintf(stderr, "%s: %s\n", argc > 2 ? argv[2] : "?", f.what());
+        return 1;
+    }
+    std::printf("%s: ok\n", argv[2]);
+    return 0;
+}

@@ -1,0 +1,209 @@
+#include "options.h"
+
+#include <algorithm>
+
+namespace tessiva::tool {
+namespace {
+
+using Apply = bool (*)(const std::string& value, Settings* s, std::string* error);
+
+struct Option {
+    const char* name;      // without the leading "--"
+    const char* argument;  // null for a switch
+    const char* help;
+    Apply apply;
+};
+
+bool ParseCount(const std::string& text, int64_t low, int64_t high, int64_t* value) {
+    if (text.empty() || text.size() > 12) return false;
+    int64_t v = 0;
+    for (char c : text) {
+        if (c < '0' || c > '9') return false;
+        v = v * 10 + (c - '0');
+    }
+    if (v < low || v > high) return false;
+    *value = v;
+    return true;
+}
+
+bool FormatValue(const std::string& value, const char* option, PixelFormat* f, std::string* error) {
+    if (ParseFormat(value, f)) return true;
+    *error = std::string("unknown format '") + value + "' for --" + option +
+             " (rgb32, rgb24, yuv32, yuy2, yv12 or nv12)";
+    return false;
+}
+
+const Option kOptions[] = {
+    {"from", "FMT", "format of INPUT (needed with INPUT)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         s->fromGiven = true;
+         return FormatValue(v, "from", &s->from, e);
+     }},
+    {"to", "FMT", "format of OUTPUT (default: the input's format)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         s->toGiven = true;
+         return FormatValue(v, "to", &s->to, e);
+     }},
+    {"size", "WxH", "frame size (needed with INPUT; test card: default 1920x1080)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         s->sizeGiven = true;
+         return ParseSize(v, &s->size, e);
+     }},
+    {"frames", "N", "read at most N frames (test card: write it N times; default once)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         if (ParseCount(v, 1, int64_t(1) << 40, &s->frames)) return true;
+         *e = "--frames needs a positive whole number, not '" + v + "'";
+         return false;
+     }},
+    {"invert", nullptr, "mirror the picture vertically, with the library's Invert slots",
+     [](const std::string&, Settings* s, std::string*) {
+         s->invert = true;
+         return true;
+     }},
+    {"level", "N", "instruction-set level 0..6 of the NV12 writers (default 3)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         int64_t level = 0;
+         if (ParseCount(v, 0, 6, &level)) {
+             s->level = static_cast<int>(level);
+             return true;
+         }
+         *e = "--level needs a number from 0 to 6, not '" + v + "'";
+         return false;
+     }},
+    {"png", "FILE", "also write the first output frame as an RGB PNG picture",
+     [](const std::string& v, Settings* s, std::string* e) {
+         if (v.empty()) {
+             *e = "--png needs a file name";
+             return false;
+         }
+         s->png = v;
+         return true;
+     }},
+    {"verbose", nullptr, "report the conversion steps and the frame count on standard error",
+     [](const std::string&, Settings* s, std::string*) {
+         s->verbose = true;
+         return true;
+     }},
+    {"help", nullptr, "show this text",
+     [](const std::string&, Settings* s, std::string*) {
+         s->help = true;
+         return true;
+     }},
+};
+
+const Option* FindOption(const std::string& name) {
+    for (const Option& o : kOptions)
+        if (name == o.name) return &o;
+    return nullptr;
+}
+
+}  // namespace
+
+bool ParseArguments(int count, const char* const* args, Settings* settings, std::string* error) {
+    std::string positional[2];
+    int positionals = 0;
+    bool optionsEnded = false;
+    for (int i = 0; i < count; ++i) {
+        const std::string arg = args[i];
+        if (optionsEnded || arg == "-" || arg.empty() || arg[0] != '-') {
+            if (positionals == 2) {
+                *error = "too many file names ('" + arg + "'): give at most INPUT and OUTPUT";
+                return false;
+            }
+            positional[positionals++] = arg;
+            continue;
+        }
+        if (arg == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        if (arg == "-h") {
+            settings->help = true;
+            continue;
+        }
+        if (arg.compare(0, 2, "--") != 0) {
+            *error = "unknown option '" + arg + "'";
+            return false;
+        }
+        const std::size_t equals = arg.find('=');
+        const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
+        const Option* option = FindOption(name);
+        if (!option) {
+            *error = "unknown option '--" + name + "'";
+            return false;
+        }
+        std::string value;
+        if (option->argument) {
+            if (equals != std::string::npos) {
+                value = arg.substr(equals + 1);
+            } else if (i + 1 < count) {
+                value = args[++i];
+            } else {
+                *error = "--" + name + " needs a value (" + option->argument + ")";
+                return false;
+            }
+        } else if (equals != std::string::npos) {
+            *error = "--" + name + " takes no value";
+            return false;
+        }
+        if (!option->apply(value, settings, error)) return false;
+    }
+    // One name is OUTPUT (the test card is the input); two are INPUT and OUTPUT.
+    if (positionals == 1) settings->output = positional[0];
+    if (positionals == 2) {
+        settings->input = positional[0];
+        settings->output = positional[1];
+    }
+    return true;
+}
+
+std::string UsageText() {
+    std::string text =
+        "Usage: tessiva-convert [options] [INPUT] [OUTPUT]\n"
+        "\n"
+        "Converts raw video frames with the Tessiva library, which it loads at run\n"
+        "time as a host does. With two names, frames are read from INPUT until it\n"
+        "ends; with one name, that name is OUTPUT and the built-in test card is\n"
+        "converted; with none, only --png is written. \"-\" is standard input or\n"
+        "output. Frames are packed without padding, one after another.\n"
+        "\n"
+        "Options:\n";
+    for (const Option& o : kOptions) {
+        std::string left = std::string("  --") + o.name + (o.argument ? std::string(" ") + o.argument : "");
+        left.resize(std::max<std::size_t>(left.size() + 1, 16), ' ');
+        text += left + o.help + "\n";
+    }
+    text +=
+        "\n"
+        "Formats (FMT), their bytes and the ffmpeg -f rawvideo -pix_fmt with the same bytes:\n"
+        "  rgb32   bgra      B, G, R, A per pixel\n"
+        "  rgb24   bgr24     B, G, R per pixel (write only)\n"
+        "  yuv32   -         V, U, Y, A per pixel; ffmpeg has no such format\n"
+        "  yuy2    yuyv422   Y0, U, Y1, V per pair of pixels (even width)\n"
+        "  yv12    -         planes Y, V, U, chroma halved both ways (even width and\n"
+        "                    height); ffmpeg has no yv12: its yuv420p holds U before V,\n"
+        "                    so read yv12 as yuv420p and swap them: -vf shuffleplanes=0:2:1\n"
+        "  nv12    nv12      plane Y, then one plane of U, V pairs (write only; even\n"
+        "                    width and height)\n"
+        "YUV is BT.601 studio range (ffmpeg: -colorspace smpte170m -color_range tv).\n"
+        "\n"
+        "Every conversion runs through the library's interface, through rgb32 or yuv32\n"
+        "when no slot converts directly; nv12 is written by the library's NV12\n"
+        "routines from rgb32, yuv32 or yuy2. Nothing is read from rgb24 or nv12: the\n"
+        "library has no reader for them in host memory. The PNG shows the output\n"
+        "frame converted to RGB by the library (rgb24 and nv12 are first laid out as\n"
+        "rgb32 and yv12, moving bytes only).\n"
+        "\n"
+        "Test card: colour bars, a grey ramp, a zone plate and one-pixel line\n"
+        "patterns for judging chroma sub-sampling and fields; drawn as rgb32.\n"
+        "\n"
+        "Example, as part of an ffmpeg pipe:\n"
+        "  ffmpeg -i in.mp4 -vf scale=1920:1080 -f rawvideo -pix_fmt bgra - |\n"
+        "    tessiva-convert --from rgb32 --size 1920x1080 --to yuy2 - - |\n"
+        "    ffmpeg -f rawvideo -pix_fmt yuyv422 -s 1920x1080 -r 25 -i - out.mkv\n"
+        "\n"
+        "Exit status: 0 done, 1 a failure while converting, 2 bad arguments.\n";
+    return text;
+}
+
+}  // namespace tessiva::tool

@@ -1,0 +1,35 @@
+// Command line of tessiva-convert. Options are rows of one table (options.cpp):
+// a new option is one row and one field of Settings.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "formats.h"
+
+namespace tessiva::tool {
+
+struct Settings {
+    bool fromGiven = false;
+    PixelFormat from = PixelFormat::RGB32;
+    bool toGiven = false;
+    PixelFormat to = PixelFormat::RGB32;
+    bool sizeGiven = false;
+    FrameSize size{1920, 1080};
+    int64_t frames = 0;  // 0: until the input ends (the test card: once)
+    bool invert = false;
+    int level = 3;       // routine-table level of the NV12 writers
+    std::string png;     // empty: no preview
+    bool verbose = false;
+    bool help = false;
+    std::string input;   // empty: the test card
+    std::string output;  // empty: no raw output
+};
+
+// Fills `settings` from the arguments (argv[0] excluded: pass argc - 1, argv + 1).
+// False with `error` set on a bad argument; the consistency of the whole is
+// checked by the caller.
+bool ParseArguments(int count, const char* const* args, Settings* settings, std::string* error);
+
+std::string UsageText();
+
+}  // namespace tessiva::tool
