@@ -32,7 +32,8 @@ public:
     uint32_t bytesPerPixel = 0;  // 4 for RGB32_Tool
     uint32_t width = 0;          // pixels per line, set by the owner
     uint32_t height = 0;         // lines per image, set by the owner
-    uint32_t instructionLevel;   // 0..6, from DetectInstructionSet at construction
+    uint32_t instructionLevel;   // 0..6, from DetectInstructionSet at construction;
+                                 // tests and benchmarks may overwrite it to force a path
 
 protected:
     // Runs the instruction-set detection; each tool does its own.
