@@ -271,118 +271,109 @@ TessivaResult FieldToFrame(uint8_t* a, uint8_t* b, int32_t oddLines, int32_t wid
     return TESSIVA_S_OK;
 }
 
+namespace {
+
+// The checks shared by the free routines: E_FAIL for a null frame, nothing to
+// do for negative sizes, else `plan` on lines of 4 x width bytes.
+template <class Plan>
+TessivaResult Checked(const void* frame, int32_t width, int32_t height, Plan plan) {
+    if (!frame) return TESSIVA_E_FAIL;
+    if (width >= 0 && height >= 0) plan(Lines(4 * size_t(width)));
+    return TESSIVA_S_OK;
+}
+
+// One routine, doubling or interpolating; `avg` is used only when interpolating.
+template <class Avg>
+TessivaResult SplitRoutine(const uint8_t* frame, uint8_t* evenOut, uint8_t* oddOut, int32_t width, int32_t height,
+                           int32_t interpolate, Avg avg) {
+    return Checked(frame, width, height, [&](const Lines& l) {
+        if (interpolate)
+            InterpolateSplitPlan(l, frame, evenOut, oddOut, height, avg);
+        else
+            DoubleSplitPlan(l, frame, evenOut, oddOut, height);
+    });
+}
+
+template <class Avg>
+TessivaResult KeepEvenRoutine(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate, Avg avg) {
+    return Checked(frame, width, height, [&](const Lines& l) {
+        if (interpolate)
+            InterpolateKeepEvenPlan(l, frame, height, avg);
+        else
+            DoubleKeepEvenPlan(l, frame, height);
+    });
+}
+
+template <class Avg>
+TessivaResult KeepOddRoutine(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate, Avg avg) {
+    return Checked(frame, width, height, [&](const Lines& l) {
+        if (interpolate)
+            InterpolateKeepOddPlan(l, frame, height, avg);
+        else
+            DoubleKeepOddPlan(l, frame, height);
+    });
+}
+
+// Stands in for the tool where a routine does not interpolate.
+constexpr ToolAverage kNoAverage{nullptr, 0};
+
+// The SSE2-level routines build a tool of their own, detection included, for
+// every interpolating call.
+void SizeTool(RGB32_Tool& tool, int32_t width, int32_t height) {
+    tool.width = uint32_t(width);
+    tool.height = uint32_t(height);
+}
+
+}  // namespace
+
 TessivaResult FrameToFieldWithTool(ImageTool& tool, const uint8_t* frame, uint8_t* evenOut, uint8_t* oddOut,
                                    int32_t width, int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateSplitPlan(l, frame, evenOut, oddOut, height, ToolAverage{&tool, uint32_t(width)});
-    else
-        DoubleSplitPlan(l, frame, evenOut, oddOut, height);
-    return TESSIVA_S_OK;
+    return SplitRoutine(frame, evenOut, oddOut, width, height, interpolate, ToolAverage{&tool, uint32_t(width)});
 }
 
 TessivaResult MakeBottomFieldWithTool(ImageTool& tool, uint8_t* frame, int32_t width, int32_t height,
                                       int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateKeepEvenPlan(l, frame, height, ToolAverage{&tool, uint32_t(width)});
-    else
-        DoubleKeepEvenPlan(l, frame, height);
-    return TESSIVA_S_OK;
+    return KeepEvenRoutine(frame, width, height, interpolate, ToolAverage{&tool, uint32_t(width)});
 }
 
 TessivaResult MakeTopFieldWithTool(ImageTool& tool, uint8_t* frame, int32_t width, int32_t height,
                                    int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateKeepOddPlan(l, frame, height, ToolAverage{&tool, uint32_t(width)});
-    else
-        DoubleKeepOddPlan(l, frame, height);
-    return TESSIVA_S_OK;
+    return KeepOddRoutine(frame, width, height, interpolate, ToolAverage{&tool, uint32_t(width)});
 }
-
-namespace {
-
-// The tool the interpolating SSE2-level routines build for every call.
-struct StackTool {
-    RGB32_Tool tool;
-    StackTool(int32_t width, int32_t height) {
-        tool.width = uint32_t(width);
-        tool.height = uint32_t(height);
-    }
-};
-
-}  // namespace
 
 TessivaResult FrameToField(const uint8_t* frame, uint8_t* evenOut, uint8_t* oddOut, int32_t width, int32_t height,
                            int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (!interpolate) {
-        if (width >= 0 && height >= 0) DoubleSplitPlan(Lines(4 * size_t(width)), frame, evenOut, oddOut, height);
-        return TESSIVA_S_OK;
-    }
-    StackTool t(width, height);
-    return FrameToFieldWithTool(t.tool, frame, evenOut, oddOut, width, height, interpolate);
+    if (!frame || !interpolate) return SplitRoutine(frame, evenOut, oddOut, width, height, 0, kNoAverage);
+    RGB32_Tool tool;
+    SizeTool(tool, width, height);
+    return FrameToFieldWithTool(tool, frame, evenOut, oddOut, width, height, interpolate);
 }
 
 TessivaResult MakeBottomField(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (!interpolate) {
-        if (width >= 0 && height >= 0) DoubleKeepEvenPlan(Lines(4 * size_t(width)), frame, height);
-        return TESSIVA_S_OK;
-    }
-    StackTool t(width, height);
-    return MakeBottomFieldWithTool(t.tool, frame, width, height, interpolate);
+    if (!frame || !interpolate) return KeepEvenRoutine(frame, width, height, 0, kNoAverage);
+    RGB32_Tool tool;
+    SizeTool(tool, width, height);
+    return MakeBottomFieldWithTool(tool, frame, width, height, interpolate);
 }
 
 TessivaResult MakeTopField(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (!interpolate) {
-        if (width >= 0 && height >= 0) DoubleKeepOddPlan(Lines(4 * size_t(width)), frame, height);
-        return TESSIVA_S_OK;
-    }
-    StackTool t(width, height);
-    return MakeTopFieldWithTool(t.tool, frame, width, height, interpolate);
+    if (!frame || !interpolate) return KeepOddRoutine(frame, width, height, 0, kNoAverage);
+    RGB32_Tool tool;
+    SizeTool(tool, width, height);
+    return MakeTopFieldWithTool(tool, frame, width, height, interpolate);
 }
 
 TessivaResult FrameToFieldAVX2(const uint8_t* frame, uint8_t* evenOut, uint8_t* oddOut, int32_t width,
                                int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateSplitPlan(l, frame, evenOut, oddOut, height, AVX2Average{width});
-    else
-        DoubleSplitPlan(l, frame, evenOut, oddOut, height);
-    return TESSIVA_S_OK;
+    return SplitRoutine(frame, evenOut, oddOut, width, height, interpolate, AVX2Average{width});
 }
 
 TessivaResult MakeBottomFieldAVX2(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateKeepEvenPlan(l, frame, height, AVX2Average{width});
-    else
-        DoubleKeepEvenPlan(l, frame, height);
-    return TESSIVA_S_OK;
+    return KeepEvenRoutine(frame, width, height, interpolate, AVX2Average{width});
 }
 
 TessivaResult MakeTopFieldAVX2(uint8_t* frame, int32_t width, int32_t height, int32_t interpolate) {
-    if (!frame) return TESSIVA_E_FAIL;
-    if (width < 0 || height < 0) return TESSIVA_S_OK;
-    const Lines l(4 * size_t(width));
-    if (interpolate)
-        InterpolateKeepOddPlan(l, frame, height, AVX2Average{width});
-    else
-        DoubleKeepOddPlan(l, frame, height);
-    return TESSIVA_S_OK;
+    return KeepOddRoutine(frame, width, height, interpolate, AVX2Average{width});
 }
 
 TessivaResult FrameToFieldForLevel(uint32_t level, const uint8_t* frame, uint8_t* evenOut, uint8_t* oddOut,
