@@ -113,13 +113,14 @@ public:
 
     // Frame/field slots work on full-height RGB32 frames of w x h pixels packed
     // without padding (pitch 4 x w). `path`: 0 host memory, 1 OpenCL buffers, any
-    // other value returns S_OK and does nothing. Even lines form the top field.
-    // Odd heights: slots 28 (flag set), 32, 33 and 34 touch line h, slot 36 lines h
-    // and h + 1, so such frames need two spare lines after the frame.
+    // other value returns S_OK and does nothing. Null frames and negative sizes
+    // answer E_FAIL. Even lines form the top field. Some line plans touch lines past
+    // an odd-height (or very short) frame: give every frame buffer two spare lines
+    // (8 x w bytes) after it and results inside the frame are exact (docs/formats.md).
     // 28: flag set: B's odd lines into A; flag clear: A's even lines into B.
     virtual TessivaResult TESSIVA_CALL FieldToFrame(void* queue, int32_t path, void* frameA, void* frameB,
                                                     int32_t oddLines, int32_t width, int32_t height) = 0;
-    // 29: split a frame into an even-line and an odd-line frame, by doubling or interpolation.
+    // 29: split a frame into an even-line and an odd-line frame (both required), by doubling or interpolation.
     virtual TessivaResult TESSIVA_CALL FrameToField(void* queue, int32_t path, void* frame, void* evenOut,
                                                     void* oddOut, int32_t width, int32_t height,
                                                     int32_t interpolate) = 0;
@@ -144,7 +145,7 @@ public:
     // 36: double the odd lines over the even ones, in place.
     virtual TessivaResult TESSIVA_CALL DuplicateKeepOddLines(void* queue, int32_t path, void* frame, int32_t width,
                                                              int32_t height) = 0;
-    // 37: split by interpolation into an even-line and an odd-line frame.
+    // 37: split by interpolation into an even-line and an odd-line frame (both outputs required).
     virtual TessivaResult TESSIVA_CALL InterpolateFrameToField(void* queue, int32_t path, void* frame, void* evenOut,
                                                                void* oddOut, int32_t width, int32_t height) = 0;
     // 38: interpolate the odd lines from the even ones, in place.

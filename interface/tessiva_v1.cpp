@@ -2,6 +2,7 @@
 
 #include "convert/rgb24.h"
 #include "cpu/detect.h"
+#include "field/frame_field.h"
 #include "interface/cache_folder.h"
 
 namespace tessiva {
@@ -129,34 +130,147 @@ TessivaResult Tessiva::FillOnGpu(void*, void*, int32_t, int32_t, int32_t, uint32
     return TESSIVA_E_FAIL;  // the fill kernel arrives with the OpenCL program
 }
 
-// Frame/field and stretch slots: their routines arrive with the issues that own
-// them. Until then they answer E_NOTIMPL and touch nothing.
-TessivaResult Tessiva::FieldToFrame(void*, int32_t, void*, void*, int32_t, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+// Frame/field slots. `path` 0 runs on host memory, 1 on OpenCL buffers, other
+// values do nothing. Null frames and negative sizes answer E_FAIL before any work.
+namespace {
+bool BadSize(int32_t width, int32_t height) { return width < 0 || height < 0; }
+}  // namespace
+
+TessivaResult Tessiva::FieldOnGpu() {
+    platform::ScopedLock hold(lock_);
+    if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
+    return TESSIVA_E_FAIL;  // the field kernels and line copies arrive with the OpenCL program
 }
-TessivaResult Tessiva::FrameToField(void*, int32_t, void*, void*, void*, int32_t, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::WithConvertor(bool interpolate, int32_t width, int32_t height,
+                                              TessivaResult (*call)(FrameFieldConvertor&, void*), void* args) {
+    FrameFieldConvertor* convertor = CreateFrameFieldConvertor(interpolate, uint32_t(width), uint32_t(height));
+    if (!convertor) return TESSIVA_S_OK;
+    // Parked in the object while it runs: one object must not run these from two threads.
+    currentConvertor_ = convertor;
+    const TessivaResult r = call(*convertor, args);
+    convertor->DeletingDestructor(1);
+    currentConvertor_ = nullptr;
+    return r;
 }
-TessivaResult Tessiva::MakeBottomField(void*, int32_t, void*, int32_t, int32_t, int32_t) { return TESSIVA_E_NOTIMPL; }
-TessivaResult Tessiva::MakeTopField(void*, int32_t, void*, int32_t, int32_t, int32_t) { return TESSIVA_E_NOTIMPL; }
-TessivaResult Tessiva::DuplicateWeaveFields(void*, int32_t, void*, void*, void*, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::FieldToFrame(void*, int32_t path, void* frameA, void* frameB, int32_t oddLines, int32_t width,
+                                    int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frameA || !frameB || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return tessiva::FieldToFrame(static_cast<uint8_t*>(frameA), static_cast<uint8_t*>(frameB), oddLines, width,
+                                 height);
 }
-TessivaResult Tessiva::DuplicateCopyField(void*, int32_t, void*, void*, int32_t, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::FrameToField(void*, int32_t path, void* frame, void* evenOut, void* oddOut, int32_t width,
+                                    int32_t height, int32_t interpolate) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || !evenOut || !oddOut || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return FrameToFieldForLevel(instructionLevel_, static_cast<const uint8_t*>(frame), static_cast<uint8_t*>(evenOut),
+                                static_cast<uint8_t*>(oddOut), width, height, interpolate);
 }
-TessivaResult Tessiva::DuplicateSplitFrame(void*, int32_t, void*, void*, void*, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::MakeBottomField(void*, int32_t path, void* frame, int32_t width, int32_t height,
+                                       int32_t interpolate) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return MakeBottomFieldForLevel(instructionLevel_, static_cast<uint8_t*>(frame), width, height, interpolate);
 }
-TessivaResult Tessiva::DuplicateKeepEvenLines(void*, int32_t, void*, int32_t, int32_t) { return TESSIVA_E_NOTIMPL; }
-TessivaResult Tessiva::DuplicateKeepOddLines(void*, int32_t, void*, int32_t, int32_t) { return TESSIVA_E_NOTIMPL; }
-TessivaResult Tessiva::InterpolateFrameToField(void*, int32_t, void*, void*, void*, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::MakeTopField(void*, int32_t path, void* frame, int32_t width, int32_t height,
+                                    int32_t interpolate) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return MakeTopFieldForLevel(instructionLevel_, static_cast<uint8_t*>(frame), width, height, interpolate);
 }
-TessivaResult Tessiva::InterpolateMakeBottomField(void*, int32_t, void*, int32_t, int32_t) {
-    return TESSIVA_E_NOTIMPL;
+
+TessivaResult Tessiva::DuplicateWeaveFields(void*, int32_t path, void* frameA, void* frameB, void* output,
+                                            int32_t width, int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frameA || !frameB || !output || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    void* args[] = {frameA, frameB, output};
+    return WithConvertor(false, width, height, [](FrameFieldConvertor& c, void* a) {
+        void** p = static_cast<void**>(a);
+        return c.WeaveFields(static_cast<const uint8_t*>(p[0]), static_cast<const uint8_t*>(p[1]),
+                             static_cast<uint8_t*>(p[2]));
+    }, args);
 }
-TessivaResult Tessiva::InterpolateMakeTopField(void*, int32_t, void*, int32_t, int32_t) { return TESSIVA_E_NOTIMPL; }
+
+TessivaResult Tessiva::DuplicateCopyField(void*, int32_t path, void* frameA, void* frameB, int32_t width,
+                                          int32_t height, int32_t oddLines) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frameA || !frameB || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    struct Args {
+        void* a;
+        void* b;
+        int32_t odd;
+    } args{frameA, frameB, oddLines};
+    return WithConvertor(false, width, height, [](FrameFieldConvertor& c, void* a) {
+        Args* p = static_cast<Args*>(a);
+        return c.CopyField(static_cast<uint8_t*>(p->a), static_cast<uint8_t*>(p->b), p->odd);
+    }, &args);
+}
+
+TessivaResult Tessiva::DuplicateSplitFrame(void*, int32_t path, void* frame, void* evenOut, void* oddOut,
+                                           int32_t width, int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || BadSize(width, height)) return TESSIVA_E_FAIL;  // either output may be null
+    if (path == 1) return FieldOnGpu();
+    void* args[] = {frame, evenOut, oddOut};
+    return WithConvertor(false, width, height, [](FrameFieldConvertor& c, void* a) {
+        void** p = static_cast<void**>(a);
+        return c.SplitFrame(static_cast<const uint8_t*>(p[0]), static_cast<uint8_t*>(p[1]),
+                            static_cast<uint8_t*>(p[2]));
+    }, args);
+}
+
+TessivaResult Tessiva::DuplicateKeepEvenLines(void*, int32_t path, void* frame, int32_t width, int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return WithConvertor(false, width, height, [](FrameFieldConvertor& c, void* a) {
+        return c.KeepEvenLines(static_cast<uint8_t*>(a));
+    }, frame);
+}
+
+TessivaResult Tessiva::DuplicateKeepOddLines(void*, int32_t path, void* frame, int32_t width, int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    return WithConvertor(false, width, height, [](FrameFieldConvertor& c, void* a) {
+        return c.KeepOddLines(static_cast<uint8_t*>(a));
+    }, frame);
+}
+
+TessivaResult Tessiva::InterpolateFrameToField(void*, int32_t path, void* frame, void* evenOut, void* oddOut,
+                                               int32_t width, int32_t height) {
+    if (path != 0 && path != 1) return TESSIVA_S_OK;
+    if (!frame || !evenOut || !oddOut || BadSize(width, height)) return TESSIVA_E_FAIL;
+    if (path == 1) return FieldOnGpu();
+    void* args[] = {frame, evenOut, oddOut};
+    return WithConvertor(true, width, height, [](FrameFieldConvertor& c, void* a) {
+        void** p = static_cast<void**>(a);
+        return c.SplitFrame(static_cast<const uint8_t*>(p[0]), static_cast<uint8_t*>(p[1]),
+                            static_cast<uint8_t*>(p[2]));
+    }, args);
+}
+
+TessivaResult Tessiva::InterpolateMakeBottomField(void* queue, int32_t path, void* frame, int32_t width,
+                                                  int32_t height) {
+    return MakeBottomField(queue, path, frame, width, height, 1);
+}
+
+TessivaResult Tessiva::InterpolateMakeTopField(void* queue, int32_t path, void* frame, int32_t width, int32_t height) {
+    return MakeTopField(queue, path, frame, width, height, 1);
+}
+
+// Stretch: OpenCL only (both kinds must be 1); arrives with the OpenCL program.
 TessivaResult Tessiva::Stretch(void*, int32_t, void*, int32_t, int32_t, int32_t, int32_t, void*, int32_t, int32_t,
                                int32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
     return TESSIVA_E_NOTIMPL;

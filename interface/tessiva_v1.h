@@ -10,6 +10,8 @@
 
 namespace tessiva {
 
+class FrameFieldConvertor;
+
 // One image as the interface passes it.
 struct ImageArgs {
     int32_t kind;
@@ -108,6 +110,12 @@ private:
     TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst);
     // OpenCL half of a two-image slot; runs under the object lock.
     TessivaResult TwoImageOnGpu(const ImageArgs& src, const ImageArgs& dst);
+    // OpenCL half of the frame/field slots; runs under the object lock.
+    TessivaResult FieldOnGpu();
+    // Runs `call` on a convertor made for this call (interpolating or doubling),
+    // parked in currentConvertor_ while it runs.
+    TessivaResult WithConvertor(bool interpolate, int32_t width, int32_t height,
+                                         TessivaResult (*call)(FrameFieldConvertor&, void*), void* args);
     // OpenCL half of the fills; runs under the object lock.
     TessivaResult FillOnGpu(void* queue, void* image, int32_t width, int32_t height, int32_t pitch, uint32_t color);
 
@@ -125,6 +133,7 @@ private:
     uint32_t scratchSize_[2] = {0, 0};
     void* program_ = nullptr;
     void* kernels_[kKernelCount] = {};
+    FrameFieldConvertor* currentConvertor_ = nullptr;
 };
 
 }  // namespace tessiva
