@@ -97,17 +97,29 @@ public:
     void* Context() const { return context_; }
     void* Device() const { return device_; }
     bool OpenCLReady() const { return openCL_.IsReady(); }
+    uint32_t VendorClass() const { return vendorClass_; }
+    void* Program() const { return program_; }
+    void* Kernel(int index) const { return kernels_[index]; }
 
     static constexpr int kKernelCount = 34;
+    // Index in kernels_ of each kernel a slot runs; -1: no GPU path yet.
+    static constexpr int kNoKernel = -1;
+    static constexpr int kKernelRGB32toYUV32 = 0;
 
 private:
     ~Tessiva();
 
     // The preamble shared by the two-image slots: sizes, then kinds, then the
     // processor routine `cpu` (read from the table by the caller) (no lock) or the OpenCL path (under the lock).
-    TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst);
-    // OpenCL half of a two-image slot; runs under the object lock.
-    TessivaResult TwoImageOnGpu(const ImageArgs& src, const ImageArgs& dst);
+    TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst, void* queue = nullptr,
+                           int kernel = kNoKernel);
+    // OpenCL half of a two-image slot: takes the object lock, builds the program
+    // and the kernel on first use, runs `kernel` over width x height work-items
+    // on `queue` and waits for it.
+    TessivaResult TwoImageOnGpu(void* queue, int kernel, const ImageArgs& src, const ImageArgs& dst);
+    // Builds program_ unless it exists (under the lock); false when no source
+    // gives a program. A failed build is tried again on the next call.
+    bool EnsureProgram();
 
     uint32_t instructionLevel_ = 0;
     OpenCLLibrary openCL_;
