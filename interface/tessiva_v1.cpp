@@ -4,6 +4,7 @@
 #include "cpu/detect.h"
 #include "field/frame_field.h"
 #include "interface/cache_folder.h"
+#include "opencl/program_cache.h"
 
 namespace tessiva {
 
@@ -18,8 +19,18 @@ Tessiva::Tessiva() {
 }
 
 Tessiva::~Tessiva() {
-    // Scratch buffers, kernels and the program are released by the OpenCL path
-    // that creates them; the binding is unloaded last.
+    // Scratch buffers, then kernels, then the program that they belong to; the
+    // OpenCL library goes last.
+    for (void*& scratch : scratch_) {
+        if (scratch) openCL_.ReleaseMemObject(static_cast<cl_mem>(scratch));
+        scratch = nullptr;
+    }
+    for (void*& kernel : kernels_) {
+        if (kernel) openCL_.ReleaseKernel(static_cast<cl_kernel>(kernel));
+        kernel = nullptr;
+    }
+    if (program_) openCL_.ReleaseProgram(static_cast<cl_program>(program_));
+    program_ = nullptr;
     openCL_.Unload();
 }
 
@@ -38,7 +49,7 @@ TessivaResult Tessiva::SetKernelSourceFolder(const TessivaChar16* folder) {
     return CopyBoundedString(kernelSourceFolder_, 260, reinterpret_cast<const char16_t*>(folder));
 }
 
-TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const ImageArgs& d) {
+TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const ImageArgs& d, void* queue, int kernel) {
     if (s.width != d.width) return TESSIVA_E_FAIL;
     if (s.height != d.height) return TESSIVA_E_FAIL;
     if (s.kind != d.kind) return TESSIVA_E_NOTIMPL;
@@ -51,15 +62,53 @@ TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const Im
         return TESSIVA_S_OK;
     }
     if (s.kind != TESSIVA_MEMORY_OPENCL) return TESSIVA_S_OK;
-    return TwoImageOnGpu(s, d);
+    return TwoImageOnGpu(queue, kernel, s, d);
 }
 
-TessivaResult Tessiva::TwoImageOnGpu(const ImageArgs&, const ImageArgs&) {
+namespace {
+// Kernel names by index in kernels_.
+const char* const kKernelNames[Tessiva::kKernelCount] = {"RGB32toYUV32"};
+}  // namespace
+
+bool Tessiva::EnsureProgram() {
+    if (!program_)
+        program_ = BuildProgramV1(openCL_, static_cast<cl_context>(context_), static_cast<cl_device_id>(device_),
+                                  kernelSourceFolder_, cacheFolderName_, &vendorClass_);
+    return program_ != nullptr;
+}
+
+TessivaResult Tessiva::TwoImageOnGpu(void* queue, int kernel, const ImageArgs& s, const ImageArgs& d) {
     platform::ScopedLock hold(lock_);
     if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
-    // Kernel launches arrive with the OpenCL program; until then a ready binding
-    // still has nothing to run.
-    return TESSIVA_E_FAIL;
+    // Slots whose kernels have not arrived yet have nothing to run.
+    if (kernel == kNoKernel) return TESSIVA_E_FAIL;
+    if (!EnsureProgram()) return TESSIVA_E_FAIL;
+
+    // A kernel that cannot be created stays null and is asked for again next
+    // time. The call then answers 0 with nothing launched: the launch steps
+    // would all fail on it anyway, and some runtimes (PoCL) crash on a null
+    // kernel instead of refusing it.
+    if (!kernels_[kernel]) {
+        cl_int err = CL_SUCCESS;
+        kernels_[kernel] = openCL_.CreateKernel(static_cast<cl_program>(program_), kKernelNames[kernel], &err);
+    }
+    const auto k = static_cast<cl_kernel>(kernels_[kernel]);
+    if (!k) return TESSIVA_S_OK;
+    const cl_mem src = static_cast<cl_mem>(s.memory), dst = static_cast<cl_mem>(d.memory);
+    const cl_int width = s.width, height = s.height, srcPitch = s.pitch / 4, dstPitch = d.pitch / 4;
+    openCL_.SetKernelArg(k, 0, sizeof src, &src);
+    openCL_.SetKernelArg(k, 1, sizeof dst, &dst);
+    openCL_.SetKernelArg(k, 2, sizeof width, &width);
+    openCL_.SetKernelArg(k, 3, sizeof height, &height);
+    openCL_.SetKernelArg(k, 4, sizeof srcPitch, &srcPitch);
+    openCL_.SetKernelArg(k, 5, sizeof dstPitch, &dstPitch);
+    const size_t global = size_t(uint32_t(width)) * size_t(uint32_t(height));
+    cl_event done = nullptr;
+    openCL_.EnqueueNDRangeKernel(static_cast<cl_command_queue>(queue), k, 1, nullptr, &global, nullptr, 0, nullptr,
+                                 &done);
+    openCL_.WaitForEvents(1, &done);
+    openCL_.ReleaseEvent(done);
+    return TESSIVA_S_OK;
 }
 
 #define TESSIVA_TWO_IMAGE_PARAMS                                                                  \
@@ -71,8 +120,14 @@ TessivaResult Tessiva::TwoImageOnGpu(const ImageArgs&, const ImageArgs&) {
         return TwoImage(routine, {srcKind, src, srcWidth, srcHeight, srcPitch},                          \
                         {dstKind, dst, dstWidth, dstHeight, dstPitch});                                  \
     }
+// A slot whose OpenCL path runs one kernel of the same shape.
+#define TESSIVA_TWO_IMAGE_GPU_SLOT(name, routine, kernel)                                                \
+    TessivaResult Tessiva::name(TESSIVA_TWO_IMAGE_PARAMS) {                                              \
+        return TwoImage(routine, {srcKind, src, srcWidth, srcHeight, srcPitch},                          \
+                        {dstKind, dst, dstWidth, dstHeight, dstPitch}, queue, kernel);                   \
+    }
 
-TESSIVA_TWO_IMAGE_SLOT(RGB32toYUV32, routineTable.RGB32toYUV32)
+TESSIVA_TWO_IMAGE_GPU_SLOT(RGB32toYUV32, routineTable.RGB32toYUV32, kKernelRGB32toYUV32)
 TESSIVA_TWO_IMAGE_SLOT(YUV32toRGB32, routineTable.YUV32toRGB32)
 TESSIVA_TWO_IMAGE_SLOT(RGB32toYUY2, routineTable.RGB32toYUY2)
 TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB32, routineTable.YUY2toRGB32)
@@ -97,6 +152,7 @@ TESSIVA_TWO_IMAGE_SLOT(InvertYUV32toRGB24, routineTable.InvertYUV32toRGB24)
 TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB24, routineTable.YUY2toRGB24)
 TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB24, routineTable.InvertYUY2toRGB24)
 #undef TESSIVA_TWO_IMAGE_SLOT
+#undef TESSIVA_TWO_IMAGE_GPU_SLOT
 #undef TESSIVA_TWO_IMAGE_PARAMS
 
 // Fills. Host memory: a null image or a negative size answers E_FAIL, and so does

@@ -99,23 +99,35 @@ public:
     void* Context() const { return context_; }
     void* Device() const { return device_; }
     bool OpenCLReady() const { return openCL_.IsReady(); }
+    uint32_t VendorClass() const { return vendorClass_; }
+    void* Program() const { return program_; }
+    void* Kernel(int index) const { return kernels_[index]; }
 
     static constexpr int kKernelCount = 34;
+    // Index in kernels_ of each kernel a slot runs; -1: no GPU path yet.
+    static constexpr int kNoKernel = -1;
+    static constexpr int kKernelRGB32toYUV32 = 0;
 
 private:
     ~Tessiva();
 
     // The preamble shared by the two-image slots: sizes, then kinds, then the
     // processor routine `cpu` (read from the table by the caller) (no lock) or the OpenCL path (under the lock).
-    TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst);
-    // OpenCL half of a two-image slot; runs under the object lock.
-    TessivaResult TwoImageOnGpu(const ImageArgs& src, const ImageArgs& dst);
+    TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst, void* queue = nullptr,
+                           int kernel = kNoKernel);
+    // OpenCL half of a two-image slot: takes the object lock, builds the program
+    // and the kernel on first use, runs `kernel` over width x height work-items
+    // on `queue` and waits for it.
+    TessivaResult TwoImageOnGpu(void* queue, int kernel, const ImageArgs& src, const ImageArgs& dst);
+    // Builds program_ unless it exists (under the lock); false when no source
+    // gives a program. A failed build is tried again on the next call.
+    bool EnsureProgram();
     // OpenCL half of the frame/field slots; runs under the object lock.
     TessivaResult FieldOnGpu();
     // Runs `call` on a convertor made for this call (interpolating or doubling),
     // parked in currentConvertor_ while it runs.
     TessivaResult WithConvertor(bool interpolate, int32_t width, int32_t height,
-                                         TessivaResult (*call)(FrameFieldConvertor&, void*), void* args);
+                                TessivaResult (*call)(FrameFieldConvertor&, void*), void* args);
     // OpenCL half of the fills; runs under the object lock.
     TessivaResult FillOnGpu(void* queue, void* image, int32_t width, int32_t height, int32_t pitch, uint32_t color);
 

@@ -5,6 +5,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace tessiva::platform {
@@ -73,6 +74,17 @@ std::u16string ModuleFileName(ModuleHandle module);
 // The module that holds this code (Tessiva.dll / libTessiva.so, or the test binary).
 ModuleHandle OwnModule();
 
+// A resource of numeric `type` and `id` in a loaded module, in the three steps of
+// FindResourceW / LoadResource / LockResource (on POSIX: a note of owner
+// "Brennix" with note type `type` in the module's loaded PT_NOTE segments, whose
+// descriptor starts with the 16-bit id and a 16-bit language). Each step answers
+// null on failure.
+void* FindModuleResource(ModuleHandle module, uint16_t type, uint16_t id);
+void* LoadModuleResource(ModuleHandle module, void* found);
+const void* LockModuleResource(void* loaded);
+// Size in bytes of a found resource (SizeofResource); 0 on failure.
+uint32_t ModuleResourceSize(ModuleHandle module, void* found);
+
 // The ProductVersion string of a file's version information (first translation),
 // or empty when the file carries none.
 std::u16string ProductVersion(const std::u16string& fileName);
@@ -86,6 +98,9 @@ std::u16string TempFolder();
 bool CreateFolders(const std::u16string& path);
 // Turns a path written with backslashes into the platform's form.
 std::u16string NativePath(const std::u16string& path);
+
+// fopen with a UTF-16 path written with backslashes (_wfopen on Windows).
+std::FILE* OpenFile(const std::u16string& path, const char* mode);
 
 // Committed read-write pages (VirtualAlloc / mmap); null on failure.
 void* PageAlloc(std::size_t bytes);

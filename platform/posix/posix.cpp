@@ -1,5 +1,6 @@
 // POSIX side of the platform layer.
 #include <dlfcn.h>
+#include <elf.h>
 #include <fcntl.h>
 #include <link.h>
 #include <pthread.h>
@@ -145,6 +146,79 @@ ModuleHandle OwnModule() {
     void* h = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
     if (h) dlclose(h);
     return h;
+}
+
+namespace {
+
+// One loaded module's identity (its dynamic section) and, once found, its
+// resource note of the wanted type and id.
+struct NoteSearch {
+    const void* dynamic;
+    uint16_t type, id;
+    const Elf64_Nhdr* found;
+};
+
+const Elf64_Nhdr* FindNote(const unsigned char* at, size_t size, uint16_t type, uint16_t id) {
+    size_t pos = 0;
+    while (pos + sizeof(Elf64_Nhdr) <= size) {
+        const auto* note = reinterpret_cast<const Elf64_Nhdr*>(at + pos);
+        const size_t nameAt = pos + sizeof(Elf64_Nhdr);
+        const size_t descAt = nameAt + ((size_t(note->n_namesz) + 3) & ~size_t(3));
+        const size_t next = descAt + ((size_t(note->n_descsz) + 3) & ~size_t(3));
+        if (next > size || next <= pos) return nullptr;
+        if (note->n_type == type && note->n_namesz == 8 && std::memcmp(at + nameAt, "Brennix", 8) == 0 &&
+            note->n_descsz >= 4) {
+            uint16_t noteId;
+            std::memcpy(&noteId, at + descAt, 2);
+            if (noteId == id) return note;
+        }
+        pos = next;
+    }
+    return nullptr;
+}
+
+int SearchModuleNotes(struct dl_phdr_info* info, size_t, void* data) {
+    auto* search = static_cast<NoteSearch*>(data);
+    bool ours = false;
+    for (int i = 0; i < info->dlpi_phnum; ++i)
+        if (info->dlpi_phdr[i].p_type == PT_DYNAMIC &&
+            reinterpret_cast<const void*>(info->dlpi_addr + info->dlpi_phdr[i].p_vaddr) == search->dynamic)
+            ours = true;
+    if (!ours) return 0;
+    for (int i = 0; i < info->dlpi_phnum && !search->found; ++i) {
+        const ElfW(Phdr)& ph = info->dlpi_phdr[i];
+        if (ph.p_type != PT_NOTE) continue;
+        search->found = FindNote(reinterpret_cast<const unsigned char*>(info->dlpi_addr + ph.p_vaddr), ph.p_memsz,
+                                 search->type, search->id);
+    }
+    return 1;
+}
+
+}  // namespace
+
+void* FindModuleResource(ModuleHandle module, uint16_t type, uint16_t id) {
+    struct link_map* map = nullptr;
+    if (!module || dlinfo(module, RTLD_DI_LINKMAP, &map) != 0 || !map) return nullptr;
+    NoteSearch search{map->l_ld, type, id, nullptr};
+    dl_iterate_phdr(SearchModuleNotes, &search);
+    return const_cast<Elf64_Nhdr*>(search.found);
+}
+
+void* LoadModuleResource(ModuleHandle module, void* found) { return module ? found : nullptr; }
+
+const void* LockModuleResource(void* loaded) {
+    if (!loaded) return nullptr;
+    const auto* note = static_cast<const Elf64_Nhdr*>(loaded);
+    // Past the header, the 8-byte owner name, and the id and language.
+    return reinterpret_cast<const unsigned char*>(note + 1) + 8 + 4;
+}
+
+uint32_t ModuleResourceSize(ModuleHandle, void* found) {
+    return found ? static_cast<const Elf64_Nhdr*>(found)->n_descsz - 4 : 0;
+}
+
+std::FILE* OpenFile(const std::u16string& path, const char* mode) {
+    return std::fopen(Utf16ToUtf8(NativePath(path)).c_str(), mode);
 }
 
 bool GetEnvironment(const char16_t* name, std::u16string* value) {

@@ -73,6 +73,26 @@ ModuleHandle OwnModule() {
     return h;
 }
 
+void* FindModuleResource(ModuleHandle module, uint16_t type, uint16_t id) {
+    return FindResourceW(static_cast<HMODULE>(module), MAKEINTRESOURCEW(id), MAKEINTRESOURCEW(type));
+}
+
+void* LoadModuleResource(ModuleHandle module, void* found) {
+    return LoadResource(static_cast<HMODULE>(module), static_cast<HRSRC>(found));
+}
+
+const void* LockModuleResource(void* loaded) { return LockResource(static_cast<HGLOBAL>(loaded)); }
+
+uint32_t ModuleResourceSize(ModuleHandle module, void* found) {
+    return SizeofResource(static_cast<HMODULE>(module), static_cast<HRSRC>(found));
+}
+
+std::FILE* OpenFile(const std::u16string& path, const char* mode) {
+    std::wstring wideMode;
+    for (const char* m = mode; *m; ++m) wideMode += wchar_t(*m);
+    return _wfopen(W(path), wideMode.c_str());
+}
+
 std::u16string ProductVersion(const std::u16string& fileName) {
     DWORD ignored = 0;
     const DWORD size = GetFileVersionInfoSizeW(W(fileName), &ignored);
