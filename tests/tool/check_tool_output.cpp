@@ -6,6 +6,8 @@
 //   tessiva_tool_check yuv32 FILE W H [invert]  FILE is the card converted to YUV32
 //   tessiva_tool_check rgb32 FILE W H           FILE is that YUV32 converted back
 //   tessiva_tool_check png   FILE W H [RGB32]   FILE is a well-formed PNG (of the RGB32 frame)
+//   tessiva_tool_check fields FILE W H split|top|bottom double|interpolate
+//                                               FILE is the card through that field step (RGB32)
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -125,6 +127,96 @@ void CheckRgb32(const Bytes& file, FrameSize size) {
                  std::to_string(got[1]) + "," + std::to_string(got[2]) + "," + std::to_string(got[3]) +
                  ", expected " + std::to_string(a[0]) + "," + std::to_string(a[1]) + "," + std::to_string(a[2]) +
                  "," + std::to_string(a[3]));
+    }
+}
+
+// ---- fields ----
+//
+// A field step's frames against the card's lines. A line of the kept field is
+// the card's line. A rebuilt line with kept lines above and below is, by
+// doubling, the nearest kept line (above for the top field, below for the
+// bottom field) and, by interpolation, their mean. The library rounds that mean
+// according to its instruction level, so a file must follow one of three forms
+// throughout (a from the line above, b from the line below, per byte):
+//   down  (a + b) >> 1                   below the SSE2 level
+//   up    (a + b + 1) >> 1               SSE2 level and above
+//   pavg  ((a - 1) mod 256 + b + 1) >> 1 AVX2 level (two zero bytes give 128)
+// (Below the SSE2 level the fourth byte is left as it was; the card's is 255
+// throughout, which every form gives.)
+// A rebuilt line at the top or bottom edge has a single kept neighbour; it must
+// be that neighbour or, where the library keeps or takes it so, the card's own
+// line.
+
+struct Roundings {
+    bool down = true, up = true, pavg = true;
+    bool Any() const { return down || up || pavg; }
+    std::string Names() const {
+        std::string n = std::string(down ? " down" : "") + (up ? " up" : "") + (pavg ? " pavg" : "");
+        return n.empty() ? " none" : n;
+    }
+};
+
+std::string LineName(int frame, int y) {
+    return "frame " + std::to_string(frame) + " line " + std::to_string(y);
+}
+
+void CheckFieldFrame(const uint8_t* got, int frame, const Bytes& card, FrameSize size, bool keepTop,
+                     bool interpolate, Roundings* roundings, std::size_t* telling) {
+    const std::size_t row = std::size_t(size.width) * 4;
+    const auto cardLine = [&](int y) { return &card[std::size_t(y) * row]; };
+    const auto same = [&](const uint8_t* a, const uint8_t* b) { return std::memcmp(a, b, row) == 0; };
+    for (int y = 0; y < size.height; ++y) {
+        const uint8_t* line = got + std::size_t(y) * row;
+        if ((y % 2 == 0) == keepTop) {
+            if (!same(line, cardLine(y))) Fail(LineName(frame, y) + " is kept but differs from the card's");
+            continue;
+        }
+        const bool above = y > 0, below = y + 1 < size.height;
+        if (!interpolate && (keepTop ? above : below)) {
+            const int n = keepTop ? y - 1 : y + 1;
+            if (!same(line, cardLine(n)))
+                Fail(LineName(frame, y) + " is not a copy of the card's line " + std::to_string(n));
+            continue;
+        }
+        if (interpolate && above && below) {
+            const uint8_t *a = cardLine(y - 1), *b = cardLine(y + 1);
+            for (std::size_t i = 0; i < row; ++i) {
+                const int av = a[i], bv = b[i], g = line[i];
+                if (std::abs(av - bv) >= 2) ++*telling;  // no mean equals either line here
+                const Roundings before = *roundings;
+                roundings->down &= g == (av + bv) >> 1;
+                roundings->up &= g == (av + bv + 1) >> 1;
+                roundings->pavg &= g == (((av + 255) & 255) + bv + 1) >> 1;
+                if (!roundings->Any())
+                    Fail(LineName(frame, y) + " byte " + std::to_string(i) + " is " + std::to_string(g) +
+                         " from " + std::to_string(av) + " above and " + std::to_string(bv) +
+                         " below: not the mean as rounded so far (" + before.Names().substr(1) + ")");
+            }
+            continue;
+        }
+        const int n = above ? y - 1 : y + 1;
+        if (!same(line, cardLine(n)) && !same(line, cardLine(y)))
+            Fail(LineName(frame, y) + " at the edge is neither the card's line " + std::to_string(n) +
+                 " nor its own");
+    }
+}
+
+void CheckFields(const Bytes& file, FrameSize size, const std::string& op, const std::string& mode) {
+    if (op != "split" && op != "top" && op != "bottom") Fail("unknown field step " + op);
+    if (mode != "double" && mode != "interpolate") Fail("unknown field mode " + mode);
+    const Bytes card = tessiva::tool::DrawTestCard(size);
+    const int frames = op == "split" ? 2 : 1;
+    ExpectSize(file, card.size() * frames, "the " + op + " output");
+    const bool interpolate = mode == "interpolate";
+    Roundings roundings;
+    std::size_t telling = 0;
+    for (int f = 0; f < frames; ++f) {
+        const bool keepTop = op == "split" ? f == 0 : op == "top";
+        CheckFieldFrame(&file[card.size() * f], f, card, size, keepTop, interpolate, &roundings, &telling);
+    }
+    if (interpolate) {
+        if (telling == 0) Fail("no rebuilt byte tells a mean from a copy at this size");
+        std::printf("interpolated lines follow:%s\n", roundings.Names().c_str());
     }
 }
 
@@ -392,10 +484,13 @@ int main(int argc, char** argv) {
             CheckYuv32(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argc == 6 && std::string(argv[5]) == "invert");
         } else if (mode == "rgb32" && argc == 5) {
             CheckRgb32(ReadFile(argv[2]), SizeArg(argv[3], argv[4]));
+        } else if (mode == "fields" && argc == 7) {
+            CheckFields(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argv[5], argv[6]);
         } else if (mode == "png" && (argc == 5 || argc == 6)) {
             CheckPng(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argc == 6 ? ReadFile(argv[5]) : Bytes());
         } else {
-            std::fprintf(stderr, "usage: tessiva_tool_check card|yuv32|rgb32|png FILE W H [invert|RGB32FILE]\n");
+            std::fprintf(stderr, "usage: tessiva_tool_check card|yuv32|rgb32|png FILE W H [invert|RGB32FILE]\n"
+                         "       tessiva_tool_check fields FILE W H split|top|bottom double|interpolate\n");
             return 2;
         }
     } catch (const Failure& f) {

@@ -1,5 +1,5 @@
 # Runs tessiva-convert the way a user does and checks what it writes.
-#   cmake -DMODE=roundtrip|pipe|structure|arguments -DTOOL=<exe> -DCHECK=<exe>
+#   cmake -DMODE=roundtrip|pipe|structure|fields|arguments -DTOOL=<exe> -DCHECK=<exe>
 #         [-DEMULATOR=<runner>] [-DPYTHON=<python3>] -DSOURCE=<tests/tool> -DWORK=<dir>
 #         -P tool_test.cmake
 # Files are named relative to WORK, which is also the working directory.
@@ -181,9 +181,82 @@ elseif(MODE STREQUAL "structure")
   tool_fails(1 "no frame" --from rgb32 ${size} empty.raw out.raw)
   tool_fails(1 "cannot open" --from rgb32 ${size} missing.raw out.raw)
 
+elseif(MODE STREQUAL "fields")
+  # Split, top and bottom of the card, by doubling and by interpolation, checked
+  # line by line against the card; an odd height too, whose plans reach past
+  # the frame into the lines the tool adds after it.
+  foreach(wh 128x96 64x45)
+    string(REPLACE "x" ";" sides ${wh})
+    foreach(mode double interpolate)
+      foreach(op split top bottom)
+        tool_ok(--size ${wh} --fields ${op} --field-mode ${mode} ${op}-${mode}-${wh}.rgb32)
+        check(fields ${op}-${mode}-${wh}.rgb32 ${sides} ${op} ${mode})
+      endforeach()
+    endforeach()
+  endforeach()
+  # A one-line frame has a top field only: whatever the library leaves alone
+  # or brings in from past the frame, every output is the frame itself.
+  tool_ok(--size 16x1 --frames 2 line2.rgb32)
+  foreach(mode double interpolate)
+    tool_ok(--size 16x1 --fields split --field-mode ${mode} split-${mode}-16x1.rgb32)
+    expect_same(split-${mode}-16x1.rgb32 line2.rgb32)
+    foreach(op top bottom)
+      tool_ok(--size 16x1 --frames 2 --fields ${op} --field-mode ${mode} ${op}-${mode}-16x1.rgb32)
+      expect_same(${op}-${mode}-16x1.rgb32 line2.rgb32)
+    endforeach()
+  endforeach()
+
+  set(size --size 128x96)
+  set(frame 49152)  # 128 x 96 x 4
+  # The PNG shows the first output frame: the top field's.
+  tool_ok(${size} --fields split --png split.png)
+  check(png split.png 128 96 top-double-128x96.rgb32)
+
+  # Weave: even lines from the first frame of each pair, odd lines from the
+  # second, so weaving the frames of a doubling split (top, bottom, top,
+  # bottom) gives the card back twice; the wrong order or pairing would not.
+  foreach(wh 128x96 64x45)
+    tool_ok(--size ${wh} --frames 2 --fields split split4-${wh}.rgb32)
+    tool_ok(--from rgb32 --size ${wh} --fields weave split4-${wh}.rgb32 woven-${wh}.rgb32)
+    tool_ok(--size ${wh} --frames 2 card2-${wh}.rgb32)
+    expect_same(woven-${wh}.rgb32 card2-${wh}.rgb32)
+  endforeach()
+  math(EXPR four "${frame} * 4")
+  expect_size(split4-128x96.rgb32 ${four})
+  # Without --frames the card is used twice, one pair.
+  tool_ok(${size} --fields weave card-woven.rgb32)
+  tool_ok(${size} card.rgb32)
+  expect_same(card-woven.rgb32 card.rgb32)
+  # An input that ends on an unpaired frame: the pair before it is written,
+  # the lone frame is not, and the status is 1.
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E cat card2-128x96.rgb32 top-double-128x96.rgb32
+    WORKING_DIRECTORY "${WORK}" OUTPUT_FILE "${WORK}/three.rgb32")
+  math(EXPR three "${frame} * 3")
+  expect_size(three.rgb32 ${three})
+  tool_fails(1 "ended after 3 frames, an odd number" --from rgb32 ${size} --fields weave three.rgb32 two.rgb32)
+  expect_size(two.rgb32 ${frame})
+
+  # Other formats: converted to rgb32 before the step and to the output
+  # format after it; --invert mirrors after the step (before it, the fields of
+  # an even-height frame would swap). Each equals the same steps run one by
+  # one. (yuv32: the format whose conversions run in every build.)
+  tool_ok(${size} --frames 2 --to yuv32 card.yuv32)
+  tool_ok(--from yuv32 ${size} --to rgb32 card.yuv32 card-from-yuv32.rgb32)
+  tool_ok(--from rgb32 ${size} --fields bottom card-from-yuv32.rgb32 bottom-by-steps.rgb32)
+  tool_ok(--from yuv32 ${size} --fields bottom --to rgb32 card.yuv32 bottom-at-once.rgb32)
+  expect_same(bottom-at-once.rgb32 bottom-by-steps.rgb32)
+  tool_ok(--from rgb32 ${size} --invert --to yuv32 bottom-by-steps.rgb32 flip-by-steps.yuv32)
+  tool_ok(--from yuv32 ${size} --fields bottom --invert card.yuv32 flip-at-once.yuv32)
+  expect_same(flip-at-once.yuv32 flip-by-steps.yuv32)
+  tool_route("convert yuv32 -> rgb32 \\(YUV32toRGB32, slot 3\\)\n[^\n]*fields: split[^\n]*interpolating\
+[^\n]*slot 29\\)\n[^\n]*convert rgb32 -> yv12 \\(RGB32toYV12, slot 14\\)\n[^\n]*2 frame\\(s\\) read, 4 written"
+    --from yuv32 ${size} --fields split --field-mode interpolate --to yv12 card.yuv32 split.yv12)
+  expect_size(split.yv12 73728)  # 4 x 128 x 96 x 3 / 2
+
 elseif(MODE STREQUAL "arguments")
   tool_ok(--help)
-  if(NOT TOOL_OUT MATCHES "Usage: tessiva-convert" OR NOT TOOL_OUT MATCHES "yuyv422")
+  if(NOT TOOL_OUT MATCHES "Usage: tessiva-convert" OR NOT TOOL_OUT MATCHES "yuyv422"
+     OR NOT TOOL_OUT MATCHES "--fields OP" OR NOT TOOL_OUT MATCHES "--field-mode MODE")
     message(FATAL_ERROR "--help printed:\n${TOOL_OUT}")
   endif()
   # Every refusal: status 2, a message naming the problem, and no file written.
@@ -213,6 +286,13 @@ elseif(MODE STREQUAL "arguments")
   tool_fails(2 "yuy2 needs an even width" --size 63x48 --to yuy2 never.raw)
   tool_fails(2 "yv12 needs an even width and height" --size 64x47 --to yv12 never.raw)
   tool_fails(2 "nv12 needs an even width and height" --from yuy2 --size 64x47 --to nv12 in.raw never.raw)
+  tool_fails(2 "unknown value 'bogus' for --fields" --fields bogus never.raw)
+  tool_fails(2 "unknown value 'blend' for --field-mode" --fields top --field-mode blend never.raw)
+  tool_fails(2 "--field-mode goes with --fields split, top or bottom" --field-mode interpolate never.raw)
+  tool_fails(2 "--field-mode goes with --fields split, top or bottom" --fields weave --field-mode double never.raw)
+  tool_fails(2 "--fields weave takes frames in pairs: --frames 3 is odd" --fields weave --frames 3 never.raw)
+  tool_fails(2 "cannot read rgb24" --from rgb24 --size 64x48 --fields top in.raw never.raw)
+  tool_fails(2 "yuy2 needs an even width" --size 63x48 --fields split --to yuy2 never.raw)
   if(EXISTS "${WORK}/never.raw")
     message(FATAL_ERROR "a refused command wrote never.raw")
   endif()

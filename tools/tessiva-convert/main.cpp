@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 
+#include "fields.h"
 #include "formats.h"
 #include "frame_io.h"
 #include "library.h"
@@ -29,11 +30,16 @@ int Fail(int status, const std::string& message) {
 void Note(const std::string& message) { std::fprintf(stderr, "tessiva-convert: %s\n", message.c_str()); }
 
 // What the settings ask for, checked as a whole before the library is loaded.
+// Without a field step, `route` converts from -> to. With one, `route` brings
+// the input to rgb32 (no mirroring) and `after` takes the step's rgb32 frames to
+// the output format, mirroring them with --invert.
 struct Plan {
     bool card = false;
     PixelFormat from = PixelFormat::RGB32, to = PixelFormat::RGB32;
     FrameSize size;
+    int64_t frames = -1;  // input frames to take; -1: until the input ends
     Route route;
+    Route after;
 };
 
 std::string NoRouteReason(PixelFormat from, PixelFormat to, bool invert) {
@@ -63,16 +69,36 @@ bool MakePlan(const Settings& s, Plan* plan, std::string* error) {
         *error = "OUTPUT and --png cannot both be standard output";
         return false;
     }
+    const bool fields = s.fields != FieldStep::kNone;
+    if (s.fieldModeGiven && (!fields || s.fields == FieldStep::kWeave)) {
+        *error = "--field-mode goes with --fields split, top or bottom";
+        return false;
+    }
+    const bool weave = s.fields == FieldStep::kWeave;
+    if (weave && s.frames % 2 != 0) {
+        *error = "--fields weave takes frames in pairs: --frames " + std::to_string(s.frames) + " is odd";
+        return false;
+    }
+    plan->frames = s.frames > 0 ? s.frames : !plan->card ? -1 : weave ? 2 : 1;
     plan->from = s.fromGiven ? s.from : PixelFormat::RGB32;
     plan->to = s.toGiven ? s.to : plan->from;
     plan->size = s.size;
-    if (!PlanRoute(plan->from, plan->to, s.invert, false, &plan->route)) {
-        *error = NoRouteReason(plan->from, plan->to, s.invert);
+    if (!fields) {
+        if (!PlanRoute(plan->from, plan->to, s.invert, false, &plan->route)) {
+            *error = NoRouteReason(plan->from, plan->to, s.invert);
+            return false;
+        }
+    } else if (!PlanRoute(plan->from, PixelFormat::RGB32, false, false, &plan->route)) {
+        *error = NoRouteReason(plan->from, PixelFormat::RGB32, false);
+        return false;
+    } else if (!PlanRoute(PixelFormat::RGB32, plan->to, s.invert, false, &plan->after)) {
+        *error = NoRouteReason(PixelFormat::RGB32, plan->to, s.invert);
         return false;
     }
     std::string why = CheckSizeFor(plan->from, plan->size);
-    for (const Step* step : plan->route)
-        if (why.empty()) why = CheckSizeFor(step->to, plan->size);
+    for (const Route* r : {&plan->route, &plan->after})
+        for (const Step* step : *r)
+            if (why.empty()) why = CheckSizeFor(step->to, plan->size);
     if (!why.empty()) {
         *error = std::to_string(plan->size.width) + "x" + std::to_string(plan->size.height) + ": " + why;
         return false;
@@ -80,10 +106,20 @@ bool MakePlan(const Settings& s, Plan* plan, std::string* error) {
     return true;
 }
 
-// The place for further operations (field splits, weaves): each one becomes one
-// more FrameOperation here, with conversions to and from the format it needs.
+// Each kind of work is one FrameOperation here, with conversions to and from
+// the format it needs around it.
 void BuildPipeline(const Settings& s, const Plan& plan, ITessiva* library, Pipeline* pipeline) {
-    pipeline->Add(std::make_unique<ConvertOperation>(library, s.level, plan.route, plan.from, plan.to, plan.size));
+    if (s.fields == FieldStep::kNone) {
+        pipeline->Add(
+            std::make_unique<ConvertOperation>(library, s.level, plan.route, plan.from, plan.to, plan.size));
+        return;
+    }
+    constexpr PixelFormat kRGB32 = PixelFormat::RGB32;
+    if (!plan.route.empty())
+        pipeline->Add(std::make_unique<ConvertOperation>(library, s.level, plan.route, plan.from, kRGB32, plan.size));
+    pipeline->Add(MakeFieldOperation(library, s.fields, s.fieldMode, plan.size));
+    if (!plan.after.empty())
+        pipeline->Add(std::make_unique<ConvertOperation>(library, s.level, plan.after, kRGB32, plan.to, plan.size));
 }
 
 // The first frame that reaches the output, as a PNG picture.
@@ -136,7 +172,7 @@ int Run(int argc, char** argv) {
     }
     Plan plan;
     if (!MakePlan(settings, &plan, &error)) return Fail(kExitUsage, error);
-    if (plan.size.width % 2 != 0 && !plan.route.empty())
+    if (plan.size.width % 2 != 0 && (!plan.route.empty() || !plan.after.empty()))
         Note("warning: odd width: the library's routines at some levels leave the last column unconverted");
 
     Library library;
@@ -166,8 +202,7 @@ int Run(int argc, char** argv) {
         }
         return true;
     };
-    const int64_t limit = settings.frames > 0 ? settings.frames : (plan.card ? 1 : -1);
-    while (limit < 0 || read < limit) {
+    while (plan.frames < 0 || read < plan.frames) {
         Frame frame;
         frame.format = plan.from;
         frame.size = plan.size;

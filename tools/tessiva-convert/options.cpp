@@ -44,21 +44,35 @@ const Option kOptions[] = {
          s->toGiven = true;
          return FormatValue(v, "to", &s->to, e);
      }},
-    {"size", "WxH", "frame size (needed with INPUT; test card: default 1920x1080)",
+    {"size", "WxH", "frame size (needed with INPUT; test card: default\n1920x1080)",
      [](const std::string& v, Settings* s, std::string* e) {
          s->sizeGiven = true;
          return ParseSize(v, &s->size, e);
      }},
-    {"frames", "N", "read at most N frames (test card: write it N times; default once)",
+    {"frames", "N", "read at most N frames (test card: use it N times; default\nonce, twice for --fields weave)",
      [](const std::string& v, Settings* s, std::string* e) {
          if (ParseCount(v, 1, int64_t(1) << 40, &s->frames)) return true;
          *e = "--frames needs a positive whole number, not '" + v + "'";
          return false;
      }},
-    {"invert", nullptr, "mirror the picture vertically, with the library's Invert slots",
+    {"invert", nullptr, "mirror the picture vertically, with the library's\nInvert slots",
      [](const std::string&, Settings* s, std::string*) {
          s->invert = true;
          return true;
+     }},
+    {"fields", "OP", "split, top, bottom or weave: work on the fields of the\nframes (see Fields below)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         if (ParseFieldStep(v, &s->fields)) return true;
+         *e = "unknown value '" + v + "' for --fields (split, top, bottom or weave)";
+         return false;
+     }},
+    {"field-mode", "MODE",
+     "double or interpolate: how --fields split, top and\nbottom rebuild the missing lines (default double)",
+     [](const std::string& v, Settings* s, std::string* e) {
+         s->fieldModeGiven = true;
+         if (ParseFieldMode(v, &s->fieldMode)) return true;
+         *e = "unknown value '" + v + "' for --field-mode (double or interpolate)";
+         return false;
      }},
     {"level", "N", "instruction-set level 0..6 of the NV12 writers (default 3)",
      [](const std::string& v, Settings* s, std::string* e) {
@@ -79,7 +93,7 @@ const Option kOptions[] = {
          s->png = v;
          return true;
      }},
-    {"verbose", nullptr, "report the conversion steps and the frame count on standard error",
+    {"verbose", nullptr, "report the steps and the frame count on standard\nerror",
      [](const std::string&, Settings* s, std::string*) {
          s->verbose = true;
          return true;
@@ -168,10 +182,21 @@ std::string UsageText() {
         "output. Frames are packed without padding, one after another.\n"
         "\n"
         "Options:\n";
+    // Help texts start in one column, after the widest option; a '\n' in a
+    // help text continues it on the next line in that column.
+    auto left = [](const Option& o) {
+        return std::string("  --") + o.name + (o.argument ? std::string(" ") + o.argument : "");
+    };
+    std::size_t column = 0;
+    for (const Option& o : kOptions) column = std::max(column, left(o).size() + 2);
     for (const Option& o : kOptions) {
-        std::string left = std::string("  --") + o.name + (o.argument ? std::string(" ") + o.argument : "");
-        left.resize(std::max<std::size_t>(left.size() + 1, 16), ' ');
-        text += left + o.help + "\n";
+        std::string line = left(o);
+        line.resize(column, ' ');
+        for (const char* c = o.help; *c; ++c) {
+            line += *c;
+            if (*c == '\n') line.append(column, ' ');
+        }
+        text += line + "\n";
     }
     text +=
         "\n"
@@ -194,6 +219,23 @@ std::string UsageText() {
         "frame converted to RGB by the library (rgb24 and nv12 are first laid out as\n"
         "rgb32 and yv12, moving bytes only).\n"
         "\n"
+        "Fields (--fields): the frames are taken as interlaced, their even lines\n"
+        "(0, 2, ...) the top field and their odd lines the bottom field. The step\n"
+        "works on rgb32: frames of another format are converted to rgb32 first and to\n"
+        "the output format afterwards, all by the library; --invert mirrors the frames\n"
+        "after the step, so the fields are those of INPUT.\n"
+        "  split   each frame becomes two: the top field's frame (even lines kept, odd\n"
+        "          lines rebuilt), then the bottom field's (odd lines kept)\n"
+        "  top     each frame keeps its top field; the odd lines are rebuilt\n"
+        "  bottom  each frame keeps its bottom field; the even lines are rebuilt\n"
+        "  weave   each pair of frames A, B becomes one frame of A's even lines and\n"
+        "          B's odd lines; an odd number of frames is an error (status 1 when\n"
+        "          the input ends on an unpaired frame, which is not written)\n"
+        "--field-mode double repeats the nearest line of the kept field (the line\n"
+        "above for the top field, below for the bottom field); interpolate takes the\n"
+        "mean of the kept lines above and below, rounded as the library's routines for\n"
+        "this processor round (--level does not choose them).\n"
+        "\n"
         "Test card: colour bars, a grey ramp, a zone plate and one-pixel line\n"
         "patterns for judging chroma sub-sampling and fields; drawn as rgb32.\n"
         "\n"
@@ -201,6 +243,11 @@ std::string UsageText() {
         "  ffmpeg -i in.mp4 -vf scale=1920:1080 -f rawvideo -pix_fmt bgra - |\n"
         "    tessiva-convert --from rgb32 --size 1920x1080 --to yuy2 - - |\n"
         "    ffmpeg -f rawvideo -pix_fmt yuyv422 -s 1920x1080 -r 25 -i - out.mkv\n"
+        "\n"
+        "Each field of an interlaced clip as a frame of its own, at twice the rate:\n"
+        "  ffmpeg -i in.mkv -f rawvideo -pix_fmt yuyv422 - |\n"
+        "    tessiva-convert --from yuy2 --size 1920x1080 --fields split - - |\n"
+        "    ffmpeg -f rawvideo -pix_fmt yuyv422 -s 1920x1080 -r 50 -i - fields.mkv\n"
         "\n"
         "Exit status: 0 done, 1 a failure while converting, 2 bad arguments.\n";
     return text;

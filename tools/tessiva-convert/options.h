@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "fields.h"
 #include "formats.h"
 
 namespace tessiva::tool {
@@ -15,8 +16,11 @@ struct Settings {
     PixelFormat to = PixelFormat::RGB32;
     bool sizeGiven = false;
     FrameSize size{1920, 1080};
-    int64_t frames = 0;  // 0: until the input ends (the test card: once)
+    int64_t frames = 0;  // 0: until the input ends (the test card: once, a pair for weave)
     bool invert = false;
+    FieldStep fields = FieldStep::kNone;
+    bool fieldModeGiven = false;
+    FieldMode fieldMode = FieldMode::kDouble;
     int level = 3;       // routine-table level of the NV12 writers
     std::string png;     // empty: no preview
     bool verbose = false;
