@@ -91,6 +91,8 @@ std::u16string ProductVersion(const std::u16string& fileName);
 
 // Environment variable; false when unset.
 bool GetEnvironment(const char16_t* name, std::u16string* value);
+// Sets an environment variable of this process.
+bool SetEnvironment(const char16_t* name, const char16_t* value);
 
 // The user's temporary folder, ending in a path separator.
 std::u16string TempFolder();

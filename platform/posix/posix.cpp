@@ -228,6 +228,10 @@ bool GetEnvironment(const char16_t* name, std::u16string* value) {
     return true;
 }
 
+bool SetEnvironment(const char16_t* name, const char16_t* value) {
+    return setenv(Utf16ToUtf8(name).c_str(), Utf16ToUtf8(value).c_str(), 1) == 0;
+}
+
 std::u16string TempFolder() {
     const char* t = std::getenv("TMPDIR");
     std::string dir = t && *t ? t : "/tmp";

@@ -127,6 +127,10 @@ bool GetEnvironment(const char16_t* name, std::u16string* value) {
     return true;
 }
 
+bool SetEnvironment(const char16_t* name, const char16_t* value) {
+    return SetEnvironmentVariableW(W(name), W(value)) != 0;
+}
+
 std::u16string TempFolder() {
     wchar_t buf[MAX_PATH + 2] = {};
     if (!GetTempPathW(MAX_PATH + 1, buf)) return std::u16string();
