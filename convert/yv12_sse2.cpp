@@ -7,6 +7,10 @@
 // written; chroma rows hold floor(W / 2) samples, as the readers expect.
 //
 // Readers: as the baseline, whole blocks only; fewer than two rows write nothing.
+//
+// When the table was last filled for level 6, each row pair's leading multiple
+// of 16 pixels goes through the 256-bit internals of yv12_avx2.cpp instead
+// (RGB32 writer and reader), with identical results.
 #include <emmintrin.h>
 
 #include <cstring>
@@ -56,6 +60,11 @@ __m128i Rights(__m128i a, __m128i b) {
 // the four blocks' chroma as bytes U0..U3 V0..V3.
 
 struct Rgb32 {
+    static constexpr bool kHasWide = true;
+    static uint32_t Wide(const uint8_t* s0, const uint8_t* s1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
+                         bool interleaved, uint32_t width) {
+        return planar::RGB32RowPairTo420_AVX2(s0, s1, y0, y1, u, v, interleaved, width);
+    }
     // Y of four pixels (32-bit lanes) from their (B, R) and (G, A) pairs.
     static __m128i Luma4(__m128i br, __m128i ga) {
         const __m128i s = _mm_add_epi32(_mm_madd_epi16(br, Pair(kYB, kYR)), _mm_madd_epi16(ga, Pair(kYG, 0)));
@@ -94,7 +103,12 @@ struct Rgb32 {
     }
 };
 
+// Plain copies and sums: memory-bound at 128 bits already, no wide internals.
 struct Yuv32 {
+    static constexpr bool kHasWide = false;
+    static uint32_t Wide(const uint8_t*, const uint8_t*, uint8_t*, uint8_t*, uint8_t*, uint8_t*, bool, uint32_t) {
+        return 0;
+    }
     static __m128i Luma4(__m128i p) { return _mm_and_si128(_mm_srli_epi32(p, 16), _mm_set1_epi32(0xFF)); }
     static void Luma8(const uint8_t* s, uint8_t* y) {
         const __m128i luma = _mm_packs_epi32(Luma4(Load16(s)), Luma4(Load16(s + 16)));
@@ -139,7 +153,7 @@ void StoreChroma(__m128i c, uint8_t* u, uint8_t* v) {
 }
 
 template <class Format, bool kInterleaved>
-void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t) {
+void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t, bool wide) {
     const uint32_t steps = width / kStep;
     const intptr_t cs = t.chromaStep;
     for (uint32_t r = 0; r + 1 < height; r += 2) {
@@ -149,8 +163,8 @@ void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const pla
         uint8_t* y1 = y0 + t.yPitch;
         uint8_t* u = t.u + intptr_t(r / 2) * t.chromaPitch;
         uint8_t* v = t.v + intptr_t(r / 2) * t.chromaPitch;
-        uint32_t x = 0;
-        for (uint32_t k = 0; k < steps; ++k, x += kStep) {
+        uint32_t x = wide ? Format::Wide(s0, s1, y0, y1, u, v, kInterleaved, width) : 0;
+        for (; x + kStep <= width; x += kStep) {
             const intptr_t c = intptr_t(x / 2) * cs;
             StoreChroma<kInterleaved>(Format::Step(s0 + 4 * x, s1 + 4 * x, y0 + x, y1 + x), u + c, v + c);
         }
@@ -178,43 +192,52 @@ void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const pla
 
 template <class Format>
 void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t) {
+    const bool wide = Format::kHasWide && planar::UseWideInternals();
     if (t.chromaStep == 1)
-        Write420<Format, false>(src, width, height, t);
+        Write420<Format, false>(src, width, height, t, wide);
     else
-        Write420<Format, true>(src, width, height, t);
+        Write420<Format, true>(src, width, height, t, wide);
 }
 
 // ---- YV12 to RGB32 -------------------------------------------------------
 // Each channel is clamp((4768 (Y - 16) + c) >> 12), c being the block's chroma
-// term with the rounding half. With d = c - 4768 x 16, 4768 = 16 x 298 and
-// 298 = 256 + 42 this is exactly Y + q + ((42 Y + r) >> 8), q = d >> 12 and
-// r = (d >> 4) & 255, which stays in 16-bit lanes: q and r are per block,
-// only 42 Y and three adds per pixel remain.
-static_assert(kLuma == 16 * (256 + 42), "luma factor split used below");
-constexpr int kLumaLow = kLuma / 16 - 256;
+// term with the rounding half. With d = c - 4768 x 16 and 4768 = 32 x 149,
+// 149 = 128 + 21, this is exactly Y + ((21 Y + (d >> 5)) >> 7), all in 16-bit
+// lanes. Blue first takes 2 x 4096 of its factor out as 2 (U - 128), which
+// keeps its block term within 16 bits. Per pixel: one multiply, then three
+// adds and a shift per channel (one add more for blue).
+static_assert(kLuma % 32 == 0, "luma factor split");
+constexpr int kLumaRest = kLuma / 32 - 128;  // 21
+constexpr int kBlueRest = kBU - 2 * 4096;    // 73
 
 struct Terms {
-    __m128i q, r;  // 8 lanes: four blocks, each repeated for its two pixels
+    __m128i r, g, b, twoU;  // 8 lanes: four blocks, each repeated for its two pixels
 };
 
 // uv: (U, V) of four blocks as 16-bit pairs; fu, fv: the channel's factors.
-Terms ChannelTerms(__m128i uv, int fu, int fv) {
+__m128i BlockTerm(__m128i uv, int fu, int fv) {
     const __m128i d = _mm_add_epi32(_mm_madd_epi16(uv, Pair(fu, fv)),
                                     _mm_set1_epi32(kRound - kLuma * 16 - 128 * (fu + fv)));
-    const __m128i qr = _mm_packs_epi32(_mm_srai_epi32(d, 12), _mm_and_si128(_mm_srai_epi32(d, 4), _mm_set1_epi32(255)));
-    return {_mm_unpacklo_epi16(qr, qr), _mm_unpackhi_epi16(qr, qr)};
+    return _mm_srai_epi32(d, 5);
 }
 
-__m128i Channel(__m128i y, __m128i y42, const Terms& t) {
-    return _mm_add_epi16(_mm_add_epi16(y, t.q), _mm_srli_epi16(_mm_add_epi16(y42, t.r), 8));
+Terms BlockTerms(const uint8_t* u, const uint8_t* v) {
+    const __m128i uv = _mm_unpacklo_epi8(_mm_unpacklo_epi8(Load4(u), Load4(v)), _mm_setzero_si128());
+    const __m128i rg = _mm_packs_epi32(BlockTerm(uv, 0, kRV), BlockTerm(uv, kGU, kGV));
+    const __m128i twoU = _mm_sub_epi32(_mm_madd_epi16(uv, Pair(2, 0)), _mm_set1_epi32(256));
+    const __m128i bu = _mm_packs_epi32(BlockTerm(uv, kBlueRest, 0), twoU);
+    return {_mm_unpacklo_epi16(rg, rg), _mm_unpackhi_epi16(rg, rg), _mm_unpacklo_epi16(bu, bu),
+            _mm_unpackhi_epi16(bu, bu)};
 }
 
 // 8 pixels of one row: Y bytes to B, G, R, 255.
-void RowToBgra(const uint8_t* ys, const Terms& b, const Terms& g, const Terms& r, uint8_t* d) {
+void RowToBgra(const uint8_t* ys, const Terms& t, uint8_t* d) {
     const __m128i y = _mm_unpacklo_epi8(Load8(ys), _mm_setzero_si128());
-    const __m128i y42 = _mm_mullo_epi16(y, _mm_set1_epi16(kLumaLow));
-    const __m128i br = _mm_packus_epi16(Channel(y, y42, b), Channel(y, y42, r));
-    const __m128i ga = _mm_packus_epi16(Channel(y, y42, g), _mm_set1_epi16(255));
+    const __m128i y21 = _mm_mullo_epi16(y, _mm_set1_epi16(kLumaRest));
+    const __m128i r = _mm_add_epi16(y, _mm_srai_epi16(_mm_add_epi16(y21, t.r), 7));
+    const __m128i g = _mm_add_epi16(y, _mm_srai_epi16(_mm_add_epi16(y21, t.g), 7));
+    const __m128i b = _mm_add_epi16(_mm_add_epi16(y, t.twoU), _mm_srai_epi16(_mm_add_epi16(y21, t.b), 7));
+    const __m128i br = _mm_packus_epi16(b, r), ga = _mm_packus_epi16(g, _mm_set1_epi16(255));
     const __m128i bg = _mm_unpacklo_epi8(br, ga), ra = _mm_unpackhi_epi8(br, ga);
     Store16(d, _mm_unpacklo_epi16(bg, ra));
     Store16(d + 16, _mm_unpackhi_epi16(bg, ra));
@@ -231,8 +254,7 @@ void Yv12ToRgb32(const uint8_t* src, uint32_t width, uint32_t height, uint32_t p
     if (height < 2) return;
     const planar::Yv12Offsets planes = planar::Yv12OffsetsOf(pitch, height);
     const intptr_t chromaPitch = planar::Yv12ChromaPitch(width / 2, width, pitch);
-    const uint32_t steps = width / kStep;
-    const __m128i zero = _mm_setzero_si128();
+    const bool wide = planar::UseWideInternals();
     for (uint32_t j = 0; j < height / 2; ++j) {
         const uint8_t* y0 = src + size_t(2 * j) * pitch;
         const uint8_t* y1 = y0 + pitch;
@@ -240,12 +262,11 @@ void Yv12ToRgb32(const uint8_t* src, uint32_t width, uint32_t height, uint32_t p
         const uint8_t* v = src + planes.v + intptr_t(j) * chromaPitch;
         uint8_t* d0 = first + intptr_t(2 * j) * step;
         uint8_t* d1 = d0 + step;
-        uint32_t x = 0;
-        for (uint32_t k = 0; k < steps; ++k, x += kStep) {
-            const __m128i uv = _mm_unpacklo_epi8(_mm_unpacklo_epi8(Load4(u + x / 2), Load4(v + x / 2)), zero);
-            const Terms b = ChannelTerms(uv, kBU, 0), g = ChannelTerms(uv, kGU, kGV), r = ChannelTerms(uv, 0, kRV);
-            RowToBgra(y0 + x, b, g, r, d0 + 4 * x);
-            RowToBgra(y1 + x, b, g, r, d1 + 4 * x);
+        uint32_t x = wide ? planar::YV12RowPairToRGB32_AVX2(y0, y1, u, v, d0, d1, width) : 0;
+        for (; x + kStep <= width; x += kStep) {
+            const Terms t = BlockTerms(u + x / 2, v + x / 2);
+            RowToBgra(y0 + x, t, d0 + 4 * x);
+            RowToBgra(y1 + x, t, d1 + 4 * x);
         }
         for (; x + 1 < width; x += 2) {
             const int cu = u[x / 2], cv = v[x / 2];

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "convert/yv12.h"
+#include "cpu/routine_table.h"
 #include "planar420_model.h"
 #include "support/test_support.h"
 
@@ -39,6 +40,24 @@ std::string Describe(const char* name, const Shape& s) {
 
 // Every width 1..40 with heights 1..6 and a few pads (odd ones included), and
 // some wide rows.
+// The SSE2 entries run 256-bit internals when the routine table was last filled
+// for level 6 on a processor with AVX2: SSE2 checks run under both fillings.
+class ScopedTableLevel {
+public:
+    explicit ScopedTableLevel(int level) : saved_(routineTable) { SelectRoutines(level); }
+    ~ScopedTableLevel() { routineTable = saved_; }
+    ScopedTableLevel(const ScopedTableLevel&) = delete;
+    ScopedTableLevel& operator=(const ScopedTableLevel&) = delete;
+
+private:
+    RoutineTable saved_;
+};
+
+std::vector<int> TableLevels() {
+    if (__builtin_cpu_supports("avx2")) return {3, 6};
+    return {3};
+}
+
 std::vector<Shape> Shapes() {
     std::vector<Shape> shapes;
     const uint32_t pads[][2] = {{0, 0}, {5, 1}, {12, 3}, {4, 6}};
@@ -88,10 +107,14 @@ const Variant kYUV32toYV12[] = {{"YUV32toYV12_Plain", YUV32toYV12_Plain, Level::
 
 TEST(Yv12Writers, MatchModelForEverySize) {
     uint32_t seed = 1;
-    for (const Shape& s : Shapes()) {
-        for (const Variant& v : kRGB32toYV12) ASSERT_TRUE(CheckWriter(v, Source::kRgb32, false, s, seed++));
-        for (const Variant& v : kInvertRGB32toYV12) ASSERT_TRUE(CheckWriter(v, Source::kRgb32, true, s, seed++));
-        for (const Variant& v : kYUV32toYV12) ASSERT_TRUE(CheckWriter(v, Source::kYuv32, false, s, seed++));
+    for (int level : TableLevels()) {
+        const ScopedTableLevel table(level);
+        for (const Shape& s : Shapes()) {
+            for (const Variant& v : kRGB32toYV12) ASSERT_TRUE(CheckWriter(v, Source::kRgb32, false, s, seed++));
+            for (const Variant& v : kInvertRGB32toYV12)
+                ASSERT_TRUE(CheckWriter(v, Source::kRgb32, true, s, seed++));
+            for (const Variant& v : kYUV32toYV12) ASSERT_TRUE(CheckWriter(v, Source::kYuv32, false, s, seed++));
+        }
     }
 }
 
@@ -192,9 +215,12 @@ const Variant kInvertYV12toRGB32[] = {{"InvertYV12toRGB32_Plain", InvertYV12toRG
 
 TEST(Yv12Readers, MatchModelForEverySize) {
     uint32_t seed = 5000;
-    for (const Shape& s : Shapes()) {
-        for (const Variant& v : kYV12toRGB32) ASSERT_TRUE(CheckReader(v, false, s, seed++));
-        for (const Variant& v : kInvertYV12toRGB32) ASSERT_TRUE(CheckReader(v, true, s, seed++));
+    for (int level : TableLevels()) {
+        const ScopedTableLevel table(level);
+        for (const Shape& s : Shapes()) {
+            for (const Variant& v : kYV12toRGB32) ASSERT_TRUE(CheckReader(v, false, s, seed++));
+            for (const Variant& v : kInvertYV12toRGB32) ASSERT_TRUE(CheckReader(v, true, s, seed++));
+        }
     }
 }
 
