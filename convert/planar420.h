@@ -45,21 +45,6 @@ void RGB32To420_SSE2(PackedRows src, uint32_t width, uint32_t height, const Targ
 // As above with Y copied and chroma the truncated mean of four, like the baseline.
 void YUV32To420_SSE2(PackedRows src, uint32_t width, uint32_t height, const Target420& t);
 
-// 256-bit internals of the SSE2 routines. The table gives levels 3 to 6 the
-// same SSE2 entries; when it was last filled for level 6 (and the processor
-// runs AVX2) those entries hand each row pair's leading multiple of 16 pixels
-// to these kernels, which compute the same bytes and touch the same memory.
-constexpr uint32_t kWideStep = 16;
-bool UseWideInternals();
-// RGB32 rows s0, s1 to luma rows y0, y1 and chroma of the blocks (u, v as in
-// Target420, interleaved when v == u + 1 and `interleaved`). Returns the
-// pixels converted: width rounded down to kWideStep.
-uint32_t RGB32RowPairTo420_AVX2(const uint8_t* s0, const uint8_t* s1, uint8_t* y0, uint8_t* y1, uint8_t* u,
-                                uint8_t* v, bool interleaved, uint32_t width);
-// Luma rows y0, y1 and block chroma u, v of YV12 to RGB32 rows d0, d1.
-uint32_t YV12RowPairToRGB32_AVX2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u, const uint8_t* v,
-                                 uint8_t* d0, uint8_t* d1, uint32_t width);
-
 // Byte offsets of the V and U planes in a YV12 buffer of Y pitch P and H rows:
 // P x H and P x H + (P x H) / 4.
 struct Yv12Offsets {

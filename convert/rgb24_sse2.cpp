@@ -2,11 +2,14 @@
 // four 16-byte vectors and written as three, then the row's remaining pixels
 // one by one. Every width is exact and nothing past a row's W x 3 bytes is
 // written. YUV32 sources use the blue factor 8266 at this level. A width of 0
-// writes nothing.
+// writes nothing. When the table was last filled for level 6
+// (wide_internals.h), RGB32 rows start with the 256-bit kernel of
+// rgb24_avx2.cpp, which writes the same bytes.
 #include <emmintrin.h>
 
 #include "convert/color.h"
 #include "convert/rgb24.h"
+#include "convert/wide_internals.h"
 
 namespace tessiva {
 namespace {
@@ -41,6 +44,10 @@ void StoreStep(uint8_t* d, __m128i p0, __m128i p1, __m128i p2, __m128i p3) {
 }
 
 struct FromRgb32 {
+    static constexpr bool kHasWide = true;
+    static uint32_t Wide(const uint8_t* s, uint8_t* d, uint32_t width) {
+        return wide::RGB32RowToRGB24_AVX2(s, d, width);
+    }
     static void Step(const uint8_t* s, uint8_t* d) {
         StoreStep(d, Load16(s), Load16(s + 16), Load16(s + 32), Load16(s + 48));
     }
@@ -52,6 +59,8 @@ struct FromRgb32 {
 };
 
 struct FromYuv32 {
+    static constexpr bool kHasWide = false;
+    static uint32_t Wide(const uint8_t*, uint8_t*, uint32_t) { return 0; }
     // B, G, R of four pixels as 32-bit lanes, before clamping. Offsets of Y
     // and chroma are folded into each channel's constant.
     static void Channels(__m128i p, __m128i& b, __m128i& g, __m128i& r) {
@@ -92,12 +101,12 @@ struct FromYuv32 {
 // Destination row r is at first + r x step (step = -pitch when written bottom-up).
 template <class Source>
 void ToRgb24(const uint8_t* src, uint32_t width, uint32_t height, uint32_t pitch, uint8_t* first, intptr_t step) {
-    const uint32_t steps = width / kStep;
+    const bool useWide = Source::kHasWide && wide::Enabled();
     for (uint32_t r = 0; r < height; ++r) {
         const uint8_t* s = src + size_t(r) * pitch;
         uint8_t* d = first + intptr_t(r) * step;
-        uint32_t x = 0;
-        for (uint32_t k = 0; k < steps; ++k, x += kStep) Source::Step(s + 4 * x, d + 3 * x);
+        uint32_t x = useWide ? Source::Wide(s, d, width) : 0;
+        for (; x + kStep <= width; x += kStep) Source::Step(s + 4 * x, d + 3 * x);
         for (; x < width; ++x) Source::Pixel(s + 4 * x, d + 3 * x);
     }
 }

@@ -1,18 +1,16 @@
-// 256-bit internals of the SSE2 4:2:0 routines, used when the routine table was
-// last filled for level 6: 16 pixels of each of two rows per step, the same
-// arithmetic as the SSE2 kernels (see yv12_sse2.cpp), the same bytes read and
-// written. The SSE2 row loops finish each row pair's remaining pixels.
+// 256-bit internals of the SSE2 4:2:0 routines (see wide_internals.h): 16
+// pixels of each of two rows per step, the same arithmetic as the SSE2 kernels
+// of yv12_sse2.cpp, the same bytes read and written. The SSE2 row loops finish
+// each row pair's remaining pixels.
 #include <immintrin.h>
 
 #include "convert/color.h"
-#include "convert/planar420.h"
-#include "convert/rgb32_yuv32.h"
-#include "cpu/routine_table.h"
+#include "convert/wide_internals.h"
 
 #define TESSIVA_AVX2 __attribute__((target("avx2")))
 #define TESSIVA_AVX2_INLINE __attribute__((target("avx2"), always_inline)) inline
 
-namespace tessiva::planar {
+namespace tessiva::wide {
 namespace {
 
 using namespace color;
@@ -69,10 +67,10 @@ TESSIVA_AVX2_INLINE __m256i Row(const uint8_t* s, __m256i& luma) {
 template <bool kInterleaved>
 TESSIVA_AVX2 uint32_t Rgb32RowPair(const uint8_t* s0, const uint8_t* s1, uint8_t* y0, uint8_t* y1, uint8_t* u,
                                    uint8_t* v, uint32_t width) {
-    const uint32_t steps = width / kWideStep;
+    const uint32_t steps = width / k420Step;
     const __m256i lumaOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     for (uint32_t k = 0; k < steps; ++k) {
-        const uint32_t x = k * kWideStep;
+        const uint32_t x = k * k420Step;
         __m256i l0, l1;
         const __m256i c0 = Row(s0 + 4 * x, l0), c1 = Row(s1 + 4 * x, l1);
         const __m256i luma = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(l0, l1), lumaOrder);
@@ -89,7 +87,7 @@ TESSIVA_AVX2 uint32_t Rgb32RowPair(const uint8_t* s0, const uint8_t* s1, uint8_t
             Store8(v + x / 2, _mm_srli_si128(uv, 8));
         }
     }
-    return steps * kWideStep;
+    return steps * k420Step;
 }
 
 // ---- YV12 to RGB32 -------------------------------------------------------------
@@ -133,11 +131,6 @@ TESSIVA_AVX2_INLINE void RowToBgra(const uint8_t* ys, const Terms& t, uint8_t* d
 
 }  // namespace
 
-bool UseWideInternals() {
-    static const bool avx2 = __builtin_cpu_supports("avx2");
-    return avx2 && routineTable.RGB32toYUV32 == RGB32toYUV32_AVX2;
-}
-
 TESSIVA_AVX2 uint32_t RGB32RowPairTo420_AVX2(const uint8_t* s0, const uint8_t* s1, uint8_t* y0, uint8_t* y1,
                                              uint8_t* u, uint8_t* v, bool interleaved, uint32_t width) {
     return interleaved ? Rgb32RowPair<true>(s0, s1, y0, y1, u, v, width)
@@ -146,14 +139,14 @@ TESSIVA_AVX2 uint32_t RGB32RowPairTo420_AVX2(const uint8_t* s0, const uint8_t* s
 
 TESSIVA_AVX2 uint32_t YV12RowPairToRGB32_AVX2(const uint8_t* y0, const uint8_t* y1, const uint8_t* u,
                                               const uint8_t* v, uint8_t* d0, uint8_t* d1, uint32_t width) {
-    const uint32_t steps = width / kWideStep;
+    const uint32_t steps = width / k420Step;
     for (uint32_t k = 0; k < steps; ++k) {
-        const uint32_t x = k * kWideStep;
+        const uint32_t x = k * k420Step;
         const Terms t = BlockTerms(u + x / 2, v + x / 2);
         RowToBgra(y0 + x, t, d0 + 4 * x);
         RowToBgra(y1 + x, t, d1 + 4 * x);
     }
-    return steps * kWideStep;
+    return steps * k420Step;
 }
 
-}  // namespace tessiva::planar
+}  // namespace tessiva::wide

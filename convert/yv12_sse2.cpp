@@ -8,15 +8,16 @@
 //
 // Readers: as the baseline, whole blocks only; fewer than two rows write nothing.
 //
-// When the table was last filled for level 6, each row pair's leading multiple
-// of 16 pixels goes through the 256-bit internals of yv12_avx2.cpp instead
-// (RGB32 writer and reader), with identical results.
+// When the table was last filled for level 6 (wide_internals.h), each row
+// pair's leading multiple of 16 pixels goes through the 256-bit internals of
+// yv12_avx2.cpp instead (RGB32 writer and reader), with identical results.
 #include <emmintrin.h>
 
 #include <cstring>
 
 #include "convert/color.h"
 #include "convert/planar420.h"
+#include "convert/wide_internals.h"
 #include "convert/yv12.h"
 
 namespace tessiva {
@@ -63,7 +64,7 @@ struct Rgb32 {
     static constexpr bool kHasWide = true;
     static uint32_t Wide(const uint8_t* s0, const uint8_t* s1, uint8_t* y0, uint8_t* y1, uint8_t* u, uint8_t* v,
                          bool interleaved, uint32_t width) {
-        return planar::RGB32RowPairTo420_AVX2(s0, s1, y0, y1, u, v, interleaved, width);
+        return wide::RGB32RowPairTo420_AVX2(s0, s1, y0, y1, u, v, interleaved, width);
     }
     // Y of four pixels (32-bit lanes) from their (B, R) and (G, A) pairs.
     static __m128i Luma4(__m128i br, __m128i ga) {
@@ -153,7 +154,7 @@ void StoreChroma(__m128i c, uint8_t* u, uint8_t* v) {
 }
 
 template <class Format, bool kInterleaved>
-void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t, bool wide) {
+void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t, bool useWide) {
     const uint32_t steps = width / kStep;
     const intptr_t cs = t.chromaStep;
     for (uint32_t r = 0; r + 1 < height; r += 2) {
@@ -163,7 +164,7 @@ void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const pla
         uint8_t* y1 = y0 + t.yPitch;
         uint8_t* u = t.u + intptr_t(r / 2) * t.chromaPitch;
         uint8_t* v = t.v + intptr_t(r / 2) * t.chromaPitch;
-        uint32_t x = wide ? Format::Wide(s0, s1, y0, y1, u, v, kInterleaved, width) : 0;
+        uint32_t x = useWide ? Format::Wide(s0, s1, y0, y1, u, v, kInterleaved, width) : 0;
         for (; x + kStep <= width; x += kStep) {
             const intptr_t c = intptr_t(x / 2) * cs;
             StoreChroma<kInterleaved>(Format::Step(s0 + 4 * x, s1 + 4 * x, y0 + x, y1 + x), u + c, v + c);
@@ -192,11 +193,11 @@ void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const pla
 
 template <class Format>
 void Write420(planar::PackedRows src, uint32_t width, uint32_t height, const planar::Target420& t) {
-    const bool wide = Format::kHasWide && planar::UseWideInternals();
+    const bool useWide = Format::kHasWide && wide::Enabled();
     if (t.chromaStep == 1)
-        Write420<Format, false>(src, width, height, t, wide);
+        Write420<Format, false>(src, width, height, t, useWide);
     else
-        Write420<Format, true>(src, width, height, t, wide);
+        Write420<Format, true>(src, width, height, t, useWide);
 }
 
 // ---- YV12 to RGB32 -------------------------------------------------------
@@ -254,7 +255,7 @@ void Yv12ToRgb32(const uint8_t* src, uint32_t width, uint32_t height, uint32_t p
     if (height < 2) return;
     const planar::Yv12Offsets planes = planar::Yv12OffsetsOf(pitch, height);
     const intptr_t chromaPitch = planar::Yv12ChromaPitch(width / 2, width, pitch);
-    const bool wide = planar::UseWideInternals();
+    const bool useWide = wide::Enabled();
     for (uint32_t j = 0; j < height / 2; ++j) {
         const uint8_t* y0 = src + size_t(2 * j) * pitch;
         const uint8_t* y1 = y0 + pitch;
@@ -262,7 +263,7 @@ void Yv12ToRgb32(const uint8_t* src, uint32_t width, uint32_t height, uint32_t p
         const uint8_t* v = src + planes.v + intptr_t(j) * chromaPitch;
         uint8_t* d0 = first + intptr_t(2 * j) * step;
         uint8_t* d1 = d0 + step;
-        uint32_t x = wide ? planar::YV12RowPairToRGB32_AVX2(y0, y1, u, v, d0, d1, width) : 0;
+        uint32_t x = useWide ? wide::YV12RowPairToRGB32_AVX2(y0, y1, u, v, d0, d1, width) : 0;
         for (; x + kStep <= width; x += kStep) {
             const Terms t = BlockTerms(u + x / 2, v + x / 2);
             RowToBgra(y0 + x, t, d0 + 4 * x);
