@@ -40,62 +40,75 @@ constexpr int32_t Pack16(int32_t lo, int32_t hi) {
 }
 
 // ---------------------------------------------------------------------------
-// RGB32 to YUY2, 4 pixels to 8 bytes. As 16-bit lanes a pixel is (B, R) after
-// masking the low bytes and (G, A) after shifting each word right by 8; pair sums
-// sit in both pixels' lanes so that even lanes compute U and odd lanes V; a byte
-// shuffle interleaves the packed luma and chroma words.
+// RGB32 to YUY2, 4 pixels to 8 bytes.
+// As 16-bit lanes a pixel is (B, R) after masking the low bytes and (G, A) after
+// shifting each word right by 8; alpha is then replaced by kFold, whose products
+// carry the offsets, so every sum is two pmaddwd and one add. Pair sums sit in
+// both pixels' lanes so that even lanes compute U and odd lanes V. Chroma is
+// computed at 8 times its scale, which puts each chroma byte at bit 16 of its lane,
+// next to the shifted luma: one blend and one byte shuffle build Y0 U Y1 V.
+constexpr int32_t kFold = 2048;                      // alpha's stand-in, a word
+constexpr int32_t kYFold = kYOffset / kFold;         // 33: kFold * 33 = 67584
+constexpr int32_t kCScale = 8;                       // 8192 * 8 = 1 << 16
+constexpr int32_t kCFold = kPairCOffset * kCScale / (2 * kFold);  // 2056, times the pair's 2 * kFold
+static_assert(kYFold * kFold == kYOffset && kCFold * 2 * kFold == kPairCOffset * kCScale, "exact offsets");
+
 TESSIVA_AVX2 inline __m128i Rgb32ToYuy2x4(__m128i x) {
     const __m128i br = _mm_and_si128(x, _mm_set1_epi16(0x00FF));
-    const __m128i ga = _mm_srli_epi16(x, 8);
-    __m128i y = _mm_add_epi32(_mm_madd_epi16(br, _mm_set1_epi32(Pack16(kYB, kYR))),
-                              _mm_madd_epi16(ga, _mm_set1_epi32(Pack16(kYG, 0))));
-    y = _mm_srli_epi32(_mm_add_epi32(y, _mm_set1_epi32(kYOffset)), 12);
+    const __m128i gk = _mm_blend_epi16(_mm_srli_epi16(x, 8), _mm_set1_epi16(kFold), 0xAA);
+    const __m128i y = _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(br, _mm_set1_epi32(Pack16(kYB, kYR))),
+                                                   _mm_madd_epi16(gk, _mm_set1_epi32(Pack16(kYG, kYFold)))),
+                                     12);
     const __m128i br2 = _mm_add_epi16(br, _mm_shuffle_epi32(br, _MM_SHUFFLE(2, 3, 0, 1)));
-    const __m128i ga2 = _mm_add_epi16(ga, _mm_shuffle_epi32(ga, _MM_SHUFFLE(2, 3, 0, 1)));
-    const __m128i cBR = _mm_set_epi32(Pack16(kVB, kVR), Pack16(kUB, kUR), Pack16(kVB, kVR), Pack16(kUB, kUR));
-    const __m128i cG = _mm_set_epi32(Pack16(kVG, 0), Pack16(kUG, 0), Pack16(kVG, 0), Pack16(kUG, 0));
-    __m128i c = _mm_add_epi32(_mm_madd_epi16(br2, cBR), _mm_madd_epi16(ga2, cG));
-    c = _mm_srli_epi32(_mm_add_epi32(c, _mm_set1_epi32(kPairCOffset)), 13);
-    // Words Y0 Y1 Y2 Y3 U01 V01 U23 V23 -> bytes Y0 U01 Y1 V01 Y2 U23 Y3 V23.
-    const __m128i p = _mm_packs_epi32(y, c);
-    return _mm_shuffle_epi8(p, _mm_setr_epi8(0, 8, 2, 10, 4, 12, 6, 14, -1, -1, -1, -1, -1, -1, -1, -1));
+    const __m128i gk2 = _mm_add_epi16(gk, _mm_shuffle_epi32(gk, _MM_SHUFFLE(2, 3, 0, 1)));
+    const __m128i cBR = _mm_set_epi32(Pack16(kVB * kCScale, kVR * kCScale), Pack16(kUB * kCScale, kUR * kCScale),
+                                      Pack16(kVB * kCScale, kVR * kCScale), Pack16(kUB * kCScale, kUR * kCScale));
+    const __m128i cG = _mm_set_epi32(Pack16(kVG * kCScale, kCFold), Pack16(kUG * kCScale, kCFold),
+                                     Pack16(kVG * kCScale, kCFold), Pack16(kUG * kCScale, kCFold));
+    const __m128i c = _mm_add_epi32(_mm_madd_epi16(br2, cBR), _mm_madd_epi16(gk2, cG));  // U01 V01 U23 V23 at bit 16
+    // Lanes (Y, C): bytes 0 and 2 of each lane give Y0 U01 Y1 V01 Y2 U23 Y3 V23.
+    const __m128i yc = _mm_blend_epi16(y, c, 0xAA);
+    return _mm_shuffle_epi8(yc, _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, -1, -1, -1, -1, -1, -1, -1, -1));
 }
 
 // ---------------------------------------------------------------------------
-// YUY2 to BGRA, 16 pixels. The source's 8-byte quarters are reordered (0, 2, 1, 3)
-// first so that the in-lane packs and unpacks end with pixels 0-7 in `lo` and 8-15
-// in `hi`. In 32-bit lanes, pair k holds (Y0, Y1) after masking and (U, V) after
-// shifting, so every product is one pmaddwd; offsets 16 and 128 and the rounding
-// half are folded into one constant per channel. Blue factor kBU.
+// YUY2 to BGRA, 16 pixels, blue factor kBU. The source's 8-byte quarters are
+// reordered (0, 2, 1, 3) first so that the in-lane packs and unpacks end with
+// pixels 0-7 in `lo` and 8-15 in `hi`. In 32-bit lanes, pair k holds (Y0, Y1) and
+// (U, V) as words, each taken times 16, so that every product is one pmaddwd and
+// every sum lands at scale 65536: its high word is the channel value, and one
+// shift and one word blend pair the even and odd pixels' values. Offsets 16 and
+// 128 and the rounding half are folded into one constant per channel.
 constexpr int32_t kLumaBase = kRound - 16 * kLuma;
-constexpr int32_t kBOffset = kLumaBase - 128 * kBU;
-constexpr int32_t kGOffset = kLumaBase - 128 * (kGU + kGV);
-constexpr int32_t kROffset = kLumaBase - 128 * kRV;
+constexpr int32_t kBOffset = 16 * (kLumaBase - 128 * kBU);
+constexpr int32_t kGOffset = 16 * (kLumaBase - 128 * (kGU + kGV));
+constexpr int32_t kROffset = 16 * (kLumaBase - 128 * kRV);
+
+// Words (high word of even, high word of odd): the pair's two channel values.
+TESSIVA_AVX2 inline __m256i HighWords(__m256i even, __m256i odd) {
+    return _mm256_blend_epi16(_mm256_srli_epi32(even, 16), odd, 0xAA);
+}
 
 TESSIVA_AVX2 inline void Yuy2ToBgrax16(const uint8_t* s, __m256i& lo, __m256i& hi) {
     const __m256i x = _mm256_permute4x64_epi64(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), 0xD8);
-    const __m256i yy = _mm256_and_si256(x, _mm256_set1_epi16(0x00FF));
-    const __m256i uv = _mm256_srli_epi16(x, 8);
+    const __m256i byte16 = _mm256_set1_epi16(0x0FF0);
+    const __m256i yy = _mm256_and_si256(_mm256_slli_epi16(x, 4), byte16);  // 16 Y0, 16 Y1
+    const __m256i uv = _mm256_and_si256(_mm256_srli_epi16(x, 4), byte16);  // 16 U, 16 V
     const __m256i le = _mm256_madd_epi16(yy, _mm256_set1_epi32(Pack16(kLuma, 0)));
     const __m256i lodd = _mm256_madd_epi16(yy, _mm256_set1_epi32(Pack16(0, kLuma)));
     const __m256i cb = _mm256_add_epi32(_mm256_madd_epi16(uv, _mm256_set1_epi32(Pack16(kBU, 0))), _mm256_set1_epi32(kBOffset));
     const __m256i cg = _mm256_add_epi32(_mm256_madd_epi16(uv, _mm256_set1_epi32(Pack16(kGU, kGV))), _mm256_set1_epi32(kGOffset));
     const __m256i cr = _mm256_add_epi32(_mm256_madd_epi16(uv, _mm256_set1_epi32(Pack16(0, kRV))), _mm256_set1_epi32(kROffset));
-    // Saturating packs clamp to 0..255: words (even pixels, odd pixels) per channel.
-    const __m256i b = _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(le, cb), 12),
-                                         _mm256_srai_epi32(_mm256_add_epi32(lodd, cb), 12));
-    const __m256i g = _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(le, cg), 12),
-                                         _mm256_srai_epi32(_mm256_add_epi32(lodd, cg), 12));
-    const __m256i r = _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(le, cr), 12),
-                                         _mm256_srai_epi32(_mm256_add_epi32(lodd, cr), 12));
-    const __m256i br = _mm256_packus_epi16(b, r);                    // Be Bo Re Ro
-    const __m256i ga = _mm256_packus_epi16(g, _mm256_set1_epi16(255)); // Ge Go FF FF
+    const __m256i b = HighWords(_mm256_add_epi32(le, cb), _mm256_add_epi32(lodd, cb));
+    const __m256i g = HighWords(_mm256_add_epi32(le, cg), _mm256_add_epi32(lodd, cg));
+    const __m256i r = HighWords(_mm256_add_epi32(le, cr), _mm256_add_epi32(lodd, cr));
+    // Saturating packs clamp to 0..255.
+    const __m256i br = _mm256_packus_epi16(b, r);                       // B x8, R x8 per lane
+    const __m256i ga = _mm256_packus_epi16(g, _mm256_set1_epi16(255));  // G x8, FF x8
     const __m256i bg = _mm256_unpacklo_epi8(br, ga);
     const __m256i ra = _mm256_unpackhi_epi8(br, ga);
-    const __m256i even = _mm256_unpacklo_epi16(bg, ra);
-    const __m256i odd = _mm256_unpackhi_epi16(bg, ra);
-    lo = _mm256_unpacklo_epi32(even, odd);
-    hi = _mm256_unpackhi_epi32(even, odd);
+    lo = _mm256_unpacklo_epi16(bg, ra);
+    hi = _mm256_unpackhi_epi16(bg, ra);
 }
 
 struct Yuy2ToRgb32Kernel {
