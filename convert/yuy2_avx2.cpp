@@ -10,7 +10,7 @@
 //  - YUV32 to YUY2 pairs it with itself, writing its own Y and its own U into the
 //    row's last two bytes (the V of that word would lie beyond the row).
 //
-// RGB32toYUY2 is the level's 128-bit byte-shuffle routine: 4 pixels per step for
+// RGB32toYUY2 is the level's 128-bit routine: 4 pixels per step for
 // floor(W / 4) steps and no tail. The last W mod 4 pixels of each row are not
 // converted and both pointers step by pitch minus the row's nominal byte count from
 // where the loop stopped, so each following row starts W mod 4 pixels earlier,
@@ -46,14 +46,17 @@ constexpr int32_t Pack16(int32_t lo, int32_t hi) {
 // carry the offsets, so every sum is two pmaddwd and one add. Pair sums sit in
 // both pixels' lanes so that even lanes compute U and odd lanes V. Chroma is
 // computed at 8 times its scale, which puts each chroma byte at bit 16 of its lane,
-// next to the shifted luma: one blend and one byte shuffle build Y0 U Y1 V.
+// next to the shifted luma: one word blend gives the words Y0 U01 Y1 V01 Y2 U23
+// Y3 V23, and one pack of two steps' words gives their 16 output bytes.
 constexpr int32_t kFold = 2048;                      // alpha's stand-in, a word
 constexpr int32_t kYFold = kYOffset / kFold;         // 33: kFold * 33 = 67584
 constexpr int32_t kCScale = 8;                       // 8192 * 8 = 1 << 16
 constexpr int32_t kCFold = kPairCOffset * kCScale / (2 * kFold);  // 2056, times the pair's 2 * kFold
 static_assert(kYFold * kFold == kYOffset && kCFold * 2 * kFold == kPairCOffset * kCScale, "exact offsets");
 
-TESSIVA_AVX2 inline __m128i Rgb32ToYuy2x4(__m128i x) {
+// Words (Y0, U01, Y1, V01, Y2, U23, Y3, V23) of one step.
+TESSIVA_AVX2 inline __m128i Rgb32ToYuy2Words(const uint8_t* s) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
     const __m128i br = _mm_and_si128(x, _mm_set1_epi16(0x00FF));
     const __m128i gk = _mm_blend_epi16(_mm_srli_epi16(x, 8), _mm_set1_epi16(kFold), 0xAA);
     const __m128i y = _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(br, _mm_set1_epi32(Pack16(kYB, kYR))),
@@ -66,19 +69,18 @@ TESSIVA_AVX2 inline __m128i Rgb32ToYuy2x4(__m128i x) {
     const __m128i cG = _mm_set_epi32(Pack16(kVG * kCScale, kCFold), Pack16(kUG * kCScale, kCFold),
                                      Pack16(kVG * kCScale, kCFold), Pack16(kUG * kCScale, kCFold));
     const __m128i c = _mm_add_epi32(_mm_madd_epi16(br2, cBR), _mm_madd_epi16(gk2, cG));  // U01 V01 U23 V23 at bit 16
-    // Lanes (Y, C): bytes 0 and 2 of each lane give Y0 U01 Y1 V01 Y2 U23 Y3 V23.
-    const __m128i yc = _mm_blend_epi16(y, c, 0xAA);
-    return _mm_shuffle_epi8(yc, _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, -1, -1, -1, -1, -1, -1, -1, -1));
+    return _mm_blend_epi16(y, c, 0xAA);
 }
 
 // ---------------------------------------------------------------------------
-// YUY2 to BGRA, 16 pixels, blue factor kBU. The source's 8-byte quarters are
-// reordered (0, 2, 1, 3) first so that the in-lane packs and unpacks end with
-// pixels 0-7 in `lo` and 8-15 in `hi`. In 32-bit lanes, pair k holds (Y0, Y1) and
-// (U, V) as words, each taken times 16, so that every product is one pmaddwd and
-// every sum lands at scale 65536: its high word is the channel value, and one
+// YUY2 to BGRA, 16 pixels, blue factor kBU. In 32-bit lanes, pair k holds (Y0, Y1)
+// and (U, V) as words, each taken times 16, so that every product is one pmaddwd
+// and every sum lands at scale 65536: its high word is the channel value, and one
 // shift and one word blend pair the even and odd pixels' values. Offsets 16 and
 // 128 and the rounding half are folded into one constant per channel.
+// The in-lane packs and unpacks leave pixels 0-3 | 8-11 in `lo` and 4-7 | 12-15 in
+// `hi`; with kInOrder the source's 8-byte quarters are first reordered (0, 2, 1, 3)
+// so that `lo` holds pixels 0-7 and `hi` 8-15.
 constexpr int32_t kLumaBase = kRound - 16 * kLuma;
 constexpr int32_t kBOffset = 16 * (kLumaBase - 128 * kBU);
 constexpr int32_t kGOffset = 16 * (kLumaBase - 128 * (kGU + kGV));
@@ -89,11 +91,13 @@ TESSIVA_AVX2 inline __m256i HighWords(__m256i even, __m256i odd) {
     return _mm256_blend_epi16(_mm256_srli_epi32(even, 16), odd, 0xAA);
 }
 
+template <bool kInOrder>
 TESSIVA_AVX2 inline void Yuy2ToBgrax16(const uint8_t* s, __m256i& lo, __m256i& hi) {
-    const __m256i x = _mm256_permute4x64_epi64(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)), 0xD8);
-    const __m256i byte16 = _mm256_set1_epi16(0x0FF0);
-    const __m256i yy = _mm256_and_si256(_mm256_slli_epi16(x, 4), byte16);  // 16 Y0, 16 Y1
-    const __m256i uv = _mm256_and_si256(_mm256_srli_epi16(x, 4), byte16);  // 16 U, 16 V
+    __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
+    if (kInOrder) x = _mm256_permute4x64_epi64(x, 0xD8);
+    // Unsigned bytes times signed (16, 0) or (0, 16), summed per word.
+    const __m256i yy = _mm256_maddubs_epi16(x, _mm256_set1_epi16(0x0010));  // 16 Y0, 16 Y1
+    const __m256i uv = _mm256_maddubs_epi16(x, _mm256_set1_epi16(0x1000));  // 16 U, 16 V
     const __m256i le = _mm256_madd_epi16(yy, _mm256_set1_epi32(Pack16(kLuma, 0)));
     const __m256i lodd = _mm256_madd_epi16(yy, _mm256_set1_epi32(Pack16(0, kLuma)));
     const __m256i cb = _mm256_add_epi32(_mm256_madd_epi16(uv, _mm256_set1_epi32(Pack16(kBU, 0))), _mm256_set1_epi32(kBOffset));
@@ -115,9 +119,11 @@ struct Yuy2ToRgb32Kernel {
     static constexpr uint32_t kSrc = 2, kDst = 4;
     TESSIVA_AVX2 static void Block(const uint8_t* s, uint8_t* d) {
         __m256i lo, hi;
-        Yuy2ToBgrax16(s, lo, hi);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), lo);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), hi);
+        Yuy2ToBgrax16<false>(s, lo, hi);  // four 16-byte stores put the quarters in order
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), _mm256_castsi256_si128(lo));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 16), _mm256_castsi256_si128(hi));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 32), _mm256_extracti128_si256(lo, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 48), _mm256_extracti128_si256(hi, 1));
     }
 };
 
@@ -127,7 +133,7 @@ struct Yuy2ToRgb24Kernel {
     static constexpr uint32_t kSrc = 2, kDst = 3;
     TESSIVA_AVX2 static void Block(const uint8_t* s, uint8_t* d) {
         __m256i lo, hi;
-        Yuy2ToBgrax16(s, lo, hi);
+        Yuy2ToBgrax16<true>(s, lo, hi);
         const __m256i drop = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
                                               0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
         lo = _mm256_shuffle_epi8(lo, drop);  // pixels 0-3 | 4-7, 12 bytes per lane
@@ -226,9 +232,16 @@ TESSIVA_AVX2 void RGB32toYUY2_AVX2(const uint8_t* src, uint32_t sw, uint32_t sh,
     for (uint32_t y = 0; y < sh; ++y, s += sNext, d += dNext) {
         const uint8_t* sr = reinterpret_cast<const uint8_t*>(s);
         uint8_t* dr = reinterpret_cast<uint8_t*>(d);
-        for (uint32_t i = 0; i < steps; ++i) {
-            const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sr + size_t(i) * kStep * 4));
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(dr + size_t(i) * kStep * 2), Rgb32ToYuy2x4(x));
+        // Two steps share one pack and one 16-byte store; an odd last step stores 8.
+        uint32_t i = 0;
+        for (; i + 2 <= steps; i += 2) {
+            const __m128i a = Rgb32ToYuy2Words(sr + size_t(i) * kStep * 4);
+            const __m128i b = Rgb32ToYuy2Words(sr + size_t(i + 1) * kStep * 4);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(dr + size_t(i) * kStep * 2), _mm_packus_epi16(a, b));
+        }
+        if (i < steps) {
+            const __m128i a = Rgb32ToYuy2Words(sr + size_t(i) * kStep * 4);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dr + size_t(i) * kStep * 2), _mm_packus_epi16(a, a));
         }
     }
 }
