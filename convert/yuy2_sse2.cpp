@@ -238,8 +238,9 @@ void InvertYUY2toRGB32_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32
     Rows<Yuy2ToRgb32Kernel>(src, sp, true, dst, dp, false, sw, sh, GroupRowPixels(sw));
 }
 
-// Each converted pixel writes exactly its 3 bytes, so a row never receives a
-// fourth byte after its last converted pixel.
+// Each converted pixel writes exactly its 3 bytes and nothing more: W mod 4 = 1
+// writes the 3 bytes of the pixel beyond the row that the group rule converts,
+// never a fourth byte after it.
 void YUY2toRGB24_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                       uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;

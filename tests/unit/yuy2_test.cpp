@@ -274,6 +274,25 @@ TEST(Yuy2Values, Yuv32ChromaAverageTruncates) {
     }
 }
 
+TEST(Yuy2Values, Rgb32PairChromaRoundsHalvesUp) {
+    // Find red and green sums whose pair U lies exactly halfway between two values.
+    int r2 = -1, g2 = -1;
+    for (int g = 0; g <= 510 && r2 < 0; ++g)
+        for (int r = 0; r <= 510 && r2 < 0; ++r)
+            if (((-606 * r - 1192 * g) % 8192 + 8192) % 8192 == 4096) r2 = r, g2 = g;
+    ASSERT_GE(r2, 0);
+    const double exact = (-606.0 * r2 - 1192.0 * g2) / 8192 + 128;  // ends in .5
+    const uint8_t r0 = uint8_t(r2 / 2), r1 = uint8_t(r2 - r2 / 2), g0 = uint8_t(g2 / 2), g1 = uint8_t(g2 - g2 / 2);
+    const uint8_t rgb[16] = {0, g0, r0, 0, 0, g1, r1, 0, 0, g0, r0, 0, 0, g1, r1, 0};
+    for (Kind k : {Kind::Rgb32ToYuy2, Kind::InvertRgb32ToYuy2})
+        for (const Variant* v : VariantsOf(k)) {
+            uint8_t yuy2[8] = {};
+            v->fn(rgb, 4, 1, 16, yuy2, 4, 1, 8);
+            EXPECT_EQ(yuy2[1], exact + 0.5) << v->name;
+            EXPECT_EQ(yuy2[5], exact + 0.5) << v->name;
+        }
+}
+
 TEST(Yuy2Values, BlueFactorIs8265AtEveryLevel) {
     // Y = 16, U = 156: blue (2048 + 8265 * 28) >> 12 = 56 (8266 would give 57);
     // then (16, 128, 128) is black and (235, 128, 128) white.
