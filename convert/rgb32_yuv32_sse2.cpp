@@ -1,6 +1,7 @@
 // SSE2 RGB32 <-> YUV32 (level 3 and up; RGB32toYUV32 at level 3 only). Each row
-// runs whole 4-pixel registers, then a pair, then the odd last pixel: exact for
-// every width, and nothing outside the row's W pixels is read or written.
+// runs blocks of two 4-pixel registers, then one register, a pair and the odd
+// last pixel as the width leaves them: exact for every width, and nothing
+// outside the row's W pixels is read or written.
 //
 // Per pixel, 32-bit lanes hold 16-bit pairs for pmaddwd: one multiply-add gives
 // coefficient x component + coefficient x component, and a pair with a constant
@@ -46,6 +47,10 @@ struct ToYuv {
         const __m128i alpha = _mm_and_si128(bgra, _mm_set1_epi32(static_cast<int32_t>(0xFF000000u)));
         return _mm_or_si128(_mm_or_si128(out, _mm_slli_epi32(_mm_srai_epi32(y, 12), 16)), alpha);
     }
+    TESSIVA_SSE2_INLINE static void Convert2(__m128i a, __m128i b, __m128i* outA, __m128i* outB) {
+        *outA = Convert(a);
+        *outB = Convert(b);
+    }
 };
 
 // YUV32 to RGB32 from the raw bytes: 4768 (Y - 16) + 2048 + c (U - 128) ... is
@@ -56,7 +61,10 @@ constexpr int32_t kGOffset = kLumaBase - (kGU + kGV) * 128;
 constexpr int32_t kBOffset = kLumaBase - kBUWide * 128;
 
 struct ToRgb {
-    TESSIVA_SSE2_INLINE static __m128i Convert(__m128i vuya) {
+    struct Channels {
+        __m128i b, g, r, a;  // 32-bit lanes, before clamping
+    };
+    TESSIVA_SSE2_INLINE static Channels Compute(__m128i vuya) {
         // (V, Y) from bytes 0 and 2; (U, A) from bytes 1 and 3, A weighted 0.
         const __m128i vy = _mm_and_si128(vuya, _mm_set1_epi32(0x00FF00FF));
         const __m128i ua = _mm_srli_epi16(vuya, 8);
@@ -65,36 +73,62 @@ struct ToRgb {
                                         _mm_set1_epi32(kGOffset));
         const __m128i b = _mm_add_epi32(_mm_add_epi32(_mm_madd_epi16(vy, Pair(0, kLuma)), _mm_madd_epi16(ua, Pair(kBUWide, 0))),
                                         _mm_set1_epi32(kBOffset));
-        const __m128i a = _mm_srli_epi32(vuya, 24);
+        return {_mm_srai_epi32(b, 12), _mm_srai_epi32(g, 12), _mm_srai_epi32(r, 12), _mm_srli_epi32(vuya, 24)};
+    }
+    // Two registers at once: the packs then gather 8 pixels per channel, which
+    // two unpack steps interleave into B G R A.
+    TESSIVA_SSE2_INLINE static void Convert2(__m128i a, __m128i b, __m128i* outA, __m128i* outB) {
+        const Channels x = Compute(a), y = Compute(b);
         // Clamp by saturating packs (32 -> 16 signed, 16 -> 8 unsigned):
-        // bytes B0-3 R0-3 G0-3 A0-3, then interleaved to B G R A per pixel.
-        const __m128i planes = _mm_packus_epi16(_mm_packs_epi32(_mm_srai_epi32(b, 12), _mm_srai_epi32(r, 12)),
-                                                _mm_packs_epi32(_mm_srai_epi32(g, 12), a));
-        const __m128i bgra = _mm_unpacklo_epi8(planes, _mm_srli_si128(planes, 8));  // B G pairs, then R A pairs
-        return _mm_unpacklo_epi16(bgra, _mm_srli_si128(bgra, 8));
+        // bytes B0-7 R0-7 and G0-7 A0-7.
+        const __m128i br = _mm_packus_epi16(_mm_packs_epi32(x.b, y.b), _mm_packs_epi32(x.r, y.r));
+        const __m128i ga = _mm_packus_epi16(_mm_packs_epi32(x.g, y.g), _mm_packs_epi32(x.a, y.a));
+        const __m128i bg = _mm_unpacklo_epi8(br, ga), ra = _mm_unpackhi_epi8(br, ga);
+        *outA = _mm_unpacklo_epi16(bg, ra);
+        *outB = _mm_unpackhi_epi16(bg, ra);
     }
 };
 
-// One row: whole registers of kBlockPixels, then a pair, then the odd pixel.
-constexpr uint32_t kBlockPixels = 4;
+// One row: blocks of two registers, then what the width leaves: one register,
+// a pair, the odd pixel (a partial step runs the block kernel on a partly
+// loaded register and stores only its own pixels).
+constexpr uint32_t kRegisterPixels = 4;
+constexpr uint32_t kBlockPixels = 2 * kRegisterPixels;
 constexpr uint32_t kBlockBytes = kBlockPixels * 4;
-static_assert(kBlockPixels == 4, "the tail below handles a pair and a single pixel");
+static_assert(kBlockPixels == 8, "the tail below handles 4, 2 and 1 pixels");
+
+template <class Kernel>
+TESSIVA_SSE2_INLINE __m128i ConvertOne(__m128i x) {
+    __m128i out, unused;
+    Kernel::Convert2(x, x, &out, &unused);
+    return out;
+}
 
 template <class Kernel>
 TESSIVA_SSE2_INLINE void ConvertRow(const uint8_t* s, uint8_t* d, uint32_t width) {
     const uint32_t blocks = width / kBlockPixels;
-    for (uint32_t i = 0; i < blocks; ++i, s += kBlockBytes, d += kBlockBytes)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), Kernel::Convert(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s))));
+    for (uint32_t i = 0; i < blocks; ++i, s += kBlockBytes, d += kBlockBytes) {
+        __m128i a, b;
+        Kernel::Convert2(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16)), &a, &b);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), a);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 16), b);
+    }
     const uint32_t rest = width % kBlockPixels;
+    if (rest & 4) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), ConvertOne<Kernel>(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s))));
+        s += 16;
+        d += 16;
+    }
     if (rest & 2) {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(d), Kernel::Convert(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s))));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d), ConvertOne<Kernel>(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s))));
         s += 8;
         d += 8;
     }
     if (rest & 1) {
         int32_t pixel;
         std::memcpy(&pixel, s, 4);
-        pixel = _mm_cvtsi128_si32(Kernel::Convert(_mm_cvtsi32_si128(pixel)));
+        pixel = _mm_cvtsi128_si32(ConvertOne<Kernel>(_mm_cvtsi32_si128(pixel)));
         std::memcpy(d, &pixel, 4);
     }
 }
