@@ -9,6 +9,7 @@
 // color.h exactly; YUV32 to RGB32 uses the blue factor kBUWide here.
 #include <emmintrin.h>
 
+#include <cstddef>
 #include <cstring>
 
 #include "convert/color.h"
@@ -104,10 +105,14 @@ TESSIVA_SSE2_INLINE __m128i ConvertOne(__m128i x) {
     return out;
 }
 
-template <class Kernel>
-TESSIVA_SSE2_INLINE void ConvertRow(const uint8_t* s, uint8_t* d, uint32_t width) {
+// `ahead` is the distance from this source row to the next one to be read: a
+// source walked bottom-up defeats the hardware prefetchers at each row change,
+// so the same column of the next row is prefetched while this one converts.
+template <class Kernel, bool kPrefetch>
+TESSIVA_SSE2_INLINE void ConvertRow(const uint8_t* s, uint8_t* d, uint32_t width, std::ptrdiff_t ahead) {
     const uint32_t blocks = width / kBlockPixels;
     for (uint32_t i = 0; i < blocks; ++i, s += kBlockBytes, d += kBlockBytes) {
+        if (kPrefetch) _mm_prefetch(reinterpret_cast<const char*>(s + ahead), _MM_HINT_T0);
         __m128i a, b;
         Kernel::Convert2(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)),
                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16)), &a, &b);
@@ -141,7 +146,8 @@ TESSIVA_SSE2 void ConvertRows(const uint8_t* src, uint32_t sw, uint32_t sh, uint
     for (uint32_t y = 0; y < sh; ++y) {
         const uint8_t* s = src + size_t(kSrcUp ? sh - 1 - y : y) * sp;
         uint8_t* d = dst + size_t(kDstUp ? dh - 1 - y : y) * dp;
-        ConvertRow<Kernel>(s, d, sw);
+        const std::ptrdiff_t ahead = kSrcUp && y + 1 < sh ? -std::ptrdiff_t(sp) : 0;
+        ConvertRow<Kernel, kSrcUp>(s, d, sw, ahead);
     }
 }
 
