@@ -49,7 +49,7 @@ TessivaResult Tessiva::SetKernelSourceFolder(const TessivaChar16* folder) {
     return CopyBoundedString(kernelSourceFolder_, 260, reinterpret_cast<const char16_t*>(folder));
 }
 
-TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const ImageArgs& d, void* queue, int kernel) {
+TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const ImageArgs& d, void* queue, GpuPath gpu) {
     if (s.width != d.width) return TESSIVA_E_FAIL;
     if (s.height != d.height) return TESSIVA_E_FAIL;
     if (s.kind != d.kind) return TESSIVA_E_NOTIMPL;
@@ -62,7 +62,12 @@ TessivaResult Tessiva::TwoImage(ConvertRoutine cpu, const ImageArgs& s, const Im
         return TESSIVA_S_OK;
     }
     if (s.kind != TESSIVA_MEMORY_OPENCL) return TESSIVA_S_OK;
-    return TwoImageOnGpu(queue, kernel, s, d);
+    // The lock is re-entrant: composed paths call the object's own slots under it.
+    platform::ScopedLock hold(lock_);
+    if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
+    // Slots whose kernels have not arrived yet have nothing to run.
+    if (!gpu) return TESSIVA_E_FAIL;
+    return (this->*gpu)(queue, s, d);
 }
 
 namespace {
@@ -77,11 +82,12 @@ bool Tessiva::EnsureProgram() {
     return program_ != nullptr;
 }
 
+template <int kernel>
+TessivaResult Tessiva::KernelOnGpu(void* queue, const ImageArgs& s, const ImageArgs& d) {
+    return TwoImageOnGpu(queue, kernel, s, d);
+}
+
 TessivaResult Tessiva::TwoImageOnGpu(void* queue, int kernel, const ImageArgs& s, const ImageArgs& d) {
-    platform::ScopedLock hold(lock_);
-    if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
-    // Slots whose kernels have not arrived yet have nothing to run.
-    if (kernel == kNoKernel) return TESSIVA_E_FAIL;
     if (!EnsureProgram()) return TESSIVA_E_FAIL;
 
     // A kernel that cannot be created stays null and is asked for again next
@@ -111,48 +117,120 @@ TessivaResult Tessiva::TwoImageOnGpu(void* queue, int kernel, const ImageArgs& s
     return TESSIVA_S_OK;
 }
 
+// Vertical flip on OpenCL buffers: one buffer copy per line, then clFinish. The
+// offsets are formed in signed 32-bit arithmetic, which limits images to 2 GiB.
+TessivaResult Tessiva::FlipOnGpu(void* queue, const ImageArgs& s, const ImageArgs& d) {
+    const auto q = static_cast<cl_command_queue>(queue);
+    for (int32_t y = 0; y < s.height; ++y) {
+        const int32_t from = (s.height - 1 - y) * s.pitch, to = y * d.pitch;
+        openCL_.EnqueueCopyBuffer(q, static_cast<cl_mem>(s.memory), static_cast<cl_mem>(d.memory), size_t(from),
+                                  size_t(to), size_t(s.width) * 4, 0, nullptr, nullptr);
+    }
+    openCL_.Finish(q);
+    return TESSIVA_S_OK;
+}
+
+void* Tessiva::Scratch(int index, const ImageArgs& s) {
+    // (pitch / 4) x height elements of 4 bytes; re-created when the count changes.
+    const uint32_t elements = uint32_t(s.pitch / 4) * uint32_t(s.height);
+    if (scratch_[index] && scratchSize_[index] == elements) return scratch_[index];
+    if (scratch_[index]) openCL_.ReleaseMemObject(static_cast<cl_mem>(scratch_[index]));
+    cl_int err = CL_SUCCESS;
+    scratch_[index] = openCL_.CreateBuffer(static_cast<cl_context>(context_), CL_MEM_READ_WRITE,
+                                           size_t(elements) * 4, nullptr, &err);
+    scratchSize_[index] = scratch_[index] ? elements : 0;
+    return scratch_[index];
+}
+
+template <Tessiva::SlotFn first, Tessiva::SlotFn second>
+TessivaResult Tessiva::ComposedOnGpu(void* queue, const ImageArgs& s, const ImageArgs& d) {
+    void* scratch = Scratch(0, s);
+    if (!scratch) return TESSIVA_E_FAIL;
+    // Through the object's own slots, kind 1 throughout; the scratch buffer takes
+    // the source's sizes and pitch.
+    const TessivaResult r = (this->*first)(queue, 1, s.memory, s.width, s.height, s.pitch, 1, scratch, s.width,
+                                           s.height, s.pitch);
+    if (r != TESSIVA_S_OK) return r;
+    return (this->*second)(queue, 1, scratch, s.width, s.height, s.pitch, 1, d.memory, d.width, d.height, d.pitch);
+}
+
+// YUV32 -> scratch RGB32 -> flipped back into the source image -> RGB24: the
+// destination is right and the source image ends up holding the flipped RGB32
+// picture, as this operation has always done on OpenCL buffers.
+TessivaResult Tessiva::InvertYUV32toRGB24OnGpu(void* queue, const ImageArgs& s, const ImageArgs& d) {
+    void* scratch = Scratch(0, s);
+    if (!scratch) return TESSIVA_E_FAIL;
+    TessivaResult r = YUV32toRGB32(queue, 1, s.memory, s.width, s.height, s.pitch, 1, scratch, s.width, s.height,
+                                   s.pitch);
+    if (r == TESSIVA_S_OK)
+        r = InvertRGB32toRGB32(queue, 1, scratch, s.width, s.height, s.pitch, 1, s.memory, s.width, s.height,
+                               s.pitch);
+    if (r == TESSIVA_S_OK)
+        r = RGB32toRGB24(queue, 1, s.memory, s.width, s.height, s.pitch, 1, d.memory, d.width, d.height, d.pitch);
+    return r;
+}
+
+// YUY2 -> first scratch RGB32 -> flipped into a second scratch -> RGB24.
+TessivaResult Tessiva::InvertYUY2toRGB24OnGpu(void* queue, const ImageArgs& s, const ImageArgs& d) {
+    void* first = Scratch(0, s);
+    void* second = Scratch(1, s);
+    if (!first || !second) return TESSIVA_E_FAIL;
+    TessivaResult r = YUY2toRGB32(queue, 1, s.memory, s.width, s.height, s.pitch, 1, first, s.width, s.height,
+                                  s.pitch);
+    if (r == TESSIVA_S_OK)
+        r = InvertRGB32toRGB32(queue, 1, first, s.width, s.height, s.pitch, 1, second, s.width, s.height, s.pitch);
+    if (r == TESSIVA_S_OK)
+        r = RGB32toRGB24(queue, 1, second, s.width, s.height, s.pitch, 1, d.memory, d.width, d.height, d.pitch);
+    return r;
+}
+
 #define TESSIVA_TWO_IMAGE_PARAMS                                                                  \
     void *queue, int32_t srcKind, void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcPitch, \
         int32_t dstKind, void *dst, int32_t dstWidth, int32_t dstHeight, int32_t dstPitch
-#define TESSIVA_TWO_IMAGE_SLOT(name, routine)                                                            \
-    TessivaResult Tessiva::name(TESSIVA_TWO_IMAGE_PARAMS) {                                              \
-        (void)queue;                                                                                     \
-        return TwoImage(routine, {srcKind, src, srcWidth, srcHeight, srcPitch},                          \
-                        {dstKind, dst, dstWidth, dstHeight, dstPitch});                                  \
-    }
-// A slot whose OpenCL path runs one kernel of the same shape.
-#define TESSIVA_TWO_IMAGE_GPU_SLOT(name, routine, kernel)                                                \
+#define TESSIVA_TWO_IMAGE_SLOT(name, routine, gpu)                                                       \
     TessivaResult Tessiva::name(TESSIVA_TWO_IMAGE_PARAMS) {                                              \
         return TwoImage(routine, {srcKind, src, srcWidth, srcHeight, srcPitch},                          \
-                        {dstKind, dst, dstWidth, dstHeight, dstPitch}, queue, kernel);                   \
+                        {dstKind, dst, dstWidth, dstHeight, dstPitch}, queue, gpu);                      \
     }
+#define TESSIVA_COMPOSED(first, second) &Tessiva::ComposedOnGpu<&Tessiva::first, &Tessiva::second>
+#define TESSIVA_KERNEL(kernel) &Tessiva::KernelOnGpu<kernel>
 
-TESSIVA_TWO_IMAGE_GPU_SLOT(RGB32toYUV32, routineTable.RGB32toYUV32, kKernelRGB32toYUV32)
-TESSIVA_TWO_IMAGE_SLOT(YUV32toRGB32, routineTable.YUV32toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(RGB32toYUY2, routineTable.RGB32toYUY2)
-TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB32, routineTable.YUY2toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(RGB32toRGB24, routineTable.RGB32toRGB24)
-TESSIVA_TWO_IMAGE_SLOT(RGB24toRGB32, nullptr)  // OpenCL only: host memory answers E_NOTIMPL
-TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toRGB32, tessiva::InvertRGB32toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toRGB24, routineTable.InvertRGB32toRGB24)
-TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYUV32, routineTable.InvertRGB32toYUV32)
-TESSIVA_TWO_IMAGE_SLOT(InvertYUV32toRGB32, routineTable.InvertYUV32toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB32, routineTable.InvertYUY2toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYUY2, routineTable.InvertRGB32toYUY2)
-TESSIVA_TWO_IMAGE_SLOT(RGB32toYV12, routineTable.RGB32toYV12)
-TESSIVA_TWO_IMAGE_SLOT(YV12toRGB32, routineTable.YV12toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(YUV32toYV12, routineTable.YUV32toYV12)
-TESSIVA_TWO_IMAGE_SLOT(YV12toYUV32, routineTable.YV12toYUV32)
-TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYV12, routineTable.InvertRGB32toYV12)
-TESSIVA_TWO_IMAGE_SLOT(InvertYV12toRGB32, routineTable.InvertYV12toRGB32)
-TESSIVA_TWO_IMAGE_SLOT(YUV32toYUY2, routineTable.YUV32toYUY2)
-TESSIVA_TWO_IMAGE_SLOT(YUY2toYUV32, routineTable.YUY2toYUV32)
-TESSIVA_TWO_IMAGE_SLOT(YUV32toRGB24, routineTable.YUV32toRGB24)
-TESSIVA_TWO_IMAGE_SLOT(InvertYUV32toRGB24, routineTable.InvertYUV32toRGB24)
-TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB24, routineTable.YUY2toRGB24)
-TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB24, routineTable.InvertYUY2toRGB24)
+// Slots whose kernels are not in the program yet pass nullptr: on OpenCL
+// buffers they answer E_FAIL after the ready test.
+TESSIVA_TWO_IMAGE_SLOT(RGB32toYUV32, routineTable.RGB32toYUV32, TESSIVA_KERNEL(kKernelRGB32toYUV32))
+TESSIVA_TWO_IMAGE_SLOT(YUV32toRGB32, routineTable.YUV32toRGB32, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(RGB32toYUY2, routineTable.RGB32toYUY2, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB32, routineTable.YUY2toRGB32, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(RGB32toRGB24, routineTable.RGB32toRGB24, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(RGB24toRGB32, nullptr, nullptr)  // OpenCL only: host memory answers E_NOTIMPL
+TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toRGB32, tessiva::InvertRGB32toRGB32, &Tessiva::FlipOnGpu)
+TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toRGB24, routineTable.InvertRGB32toRGB24,
+                       TESSIVA_COMPOSED(InvertRGB32toRGB32, RGB32toRGB24))
+TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYUV32, routineTable.InvertRGB32toYUV32,
+                       TESSIVA_COMPOSED(InvertRGB32toRGB32, RGB32toYUV32))
+TESSIVA_TWO_IMAGE_SLOT(InvertYUV32toRGB32, routineTable.InvertYUV32toRGB32,
+                       TESSIVA_COMPOSED(YUV32toRGB32, InvertRGB32toRGB32))
+TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB32, routineTable.InvertYUY2toRGB32,
+                       TESSIVA_COMPOSED(YUY2toRGB32, InvertRGB32toRGB32))
+TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYUY2, routineTable.InvertRGB32toYUY2,
+                       TESSIVA_COMPOSED(InvertRGB32toRGB32, RGB32toYUY2))
+TESSIVA_TWO_IMAGE_SLOT(RGB32toYV12, routineTable.RGB32toYV12, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YV12toRGB32, routineTable.YV12toRGB32, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YUV32toYV12, routineTable.YUV32toYV12, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YV12toYUV32, routineTable.YV12toYUV32, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(InvertRGB32toYV12, routineTable.InvertRGB32toYV12,
+                       TESSIVA_COMPOSED(InvertRGB32toRGB32, RGB32toYV12))
+TESSIVA_TWO_IMAGE_SLOT(InvertYV12toRGB32, routineTable.InvertYV12toRGB32,
+                       TESSIVA_COMPOSED(YV12toRGB32, InvertRGB32toRGB32))
+TESSIVA_TWO_IMAGE_SLOT(YUV32toYUY2, routineTable.YUV32toYUY2, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YUY2toYUV32, routineTable.YUY2toYUV32, nullptr)
+TESSIVA_TWO_IMAGE_SLOT(YUV32toRGB24, routineTable.YUV32toRGB24, TESSIVA_COMPOSED(YUV32toRGB32, RGB32toRGB24))
+TESSIVA_TWO_IMAGE_SLOT(InvertYUV32toRGB24, routineTable.InvertYUV32toRGB24, &Tessiva::InvertYUV32toRGB24OnGpu)
+TESSIVA_TWO_IMAGE_SLOT(YUY2toRGB24, routineTable.YUY2toRGB24, TESSIVA_COMPOSED(YUY2toRGB32, RGB32toRGB24))
+TESSIVA_TWO_IMAGE_SLOT(InvertYUY2toRGB24, routineTable.InvertYUY2toRGB24, &Tessiva::InvertYUY2toRGB24OnGpu)
+#undef TESSIVA_COMPOSED
+#undef TESSIVA_KERNEL
 #undef TESSIVA_TWO_IMAGE_SLOT
-#undef TESSIVA_TWO_IMAGE_GPU_SLOT
 #undef TESSIVA_TWO_IMAGE_PARAMS
 
 // Fills. Host memory: a null image or a negative size answers E_FAIL, and so does

@@ -104,18 +104,34 @@ public:
     void* Kernel(int index) const { return kernels_[index]; }
 
     static constexpr int kKernelCount = 34;
-    // Index in kernels_ of each kernel a slot runs; -1: no GPU path yet.
-    static constexpr int kNoKernel = -1;
+    // Index in kernels_ of each kernel a slot runs.
     static constexpr int kKernelRGB32toYUV32 = 0;
 
 private:
     ~Tessiva();
 
+    // A slot's OpenCL path, run under the object lock after the ready test.
+    using GpuPath = TessivaResult (Tessiva::*)(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    // A two-image slot, as called through the interface.
+    using SlotFn = TessivaResult (TESSIVA_CALL Tessiva::*)(void*, int32_t, void*, int32_t, int32_t, int32_t, int32_t,
+                                                           void*, int32_t, int32_t, int32_t);
     // The preamble shared by the two-image slots: sizes, then kinds, then the
-    // processor routine `cpu` (read from the table by the caller) (no lock) or the OpenCL path (under the lock).
+    // processor routine `cpu` (no lock) or, for kind 1, `gpu` under the object
+    // lock after the ready test (null `gpu`: no OpenCL path yet, E_FAIL).
     TessivaResult TwoImage(ConvertRoutine cpu, const ImageArgs& src, const ImageArgs& dst, void* queue = nullptr,
-                           int kernel = kNoKernel);
-    // OpenCL half of a two-image slot: takes the object lock, builds the program
+                           GpuPath gpu = nullptr);
+    template <int kernel>
+    TessivaResult KernelOnGpu(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    // InvertRGB32toRGB32: one buffer copy per line.
+    TessivaResult FlipOnGpu(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    // Two of the object's own slots joined by scratch buffer 0.
+    template <SlotFn first, SlotFn second>
+    TessivaResult ComposedOnGpu(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    TessivaResult InvertYUV32toRGB24OnGpu(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    TessivaResult InvertYUY2toRGB24OnGpu(void* queue, const ImageArgs& src, const ImageArgs& dst);
+    // Scratch buffer `index` sized for `src` (created or re-created as needed); null on failure.
+    void* Scratch(int index, const ImageArgs& src);
+    // One kernel of the standard shape (caller holds the lock): builds the program
     // and the kernel on first use, runs `kernel` over width x height work-items
     // on `queue` and waits for it.
     TessivaResult TwoImageOnGpu(void* queue, int kernel, const ImageArgs& src, const ImageArgs& dst);

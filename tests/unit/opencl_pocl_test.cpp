@@ -224,3 +224,38 @@ TEST_F(OpenCLDeviceTest, DetectOpenCLTwoTurnsTheGpuPathOff) {
 
 }  // namespace
 }  // namespace tessiva::test
+
+namespace tessiva::test {
+namespace {
+
+// The flip runs as line copies and InvertRGB32toYUV32 as the flip into the
+// object's scratch buffer followed by the RGB32toYUV32 kernel; both give the
+// bytes of their host-memory paths, pitch padding untouched.
+TEST_F(OpenCLDeviceTest, FlipAndComposedInvertMatchTheHostPaths) {
+    Frames f;
+    TessivaPtr t = Converter();
+    ASSERT_TRUE(t->OpenCLReady());
+    using Slot = TessivaResult (TESSIVA_CALL Tessiva::*)(void*, int32_t, void*, int32_t, int32_t, int32_t, int32_t,
+                                                         void*, int32_t, int32_t, int32_t);
+    for (Slot slot : {Slot(&Tessiva::InvertRGB32toRGB32), Slot(&Tessiva::InvertRGB32toYUV32)}) {
+        std::vector<uint8_t> host = f.dstBefore;
+        ASSERT_EQ(((*t).*slot)(nullptr, 0, f.rgb.data(), f.kWidth, f.kHeight, f.kSrcPitch, 0, host.data(), f.kWidth,
+                               f.kHeight, f.kDstPitch),
+                  TESSIVA_S_OK);
+        cl_mem src = Buffer(f.rgb);
+        cl_mem dst = Buffer(f.dstBefore);
+        ASSERT_EQ(((*t).*slot)(queue_, 1, src, f.kWidth, f.kHeight, f.kSrcPitch, 1, dst, f.kWidth, f.kHeight,
+                               f.kDstPitch),
+                  TESSIVA_S_OK);
+        EXPECT_EQ(FirstDifference(Read(dst, f.dstBefore.size()), host), -1);
+        EXPECT_EQ(FirstDifference(Read(src, f.rgb.size()), f.rgb), -1);
+    }
+    // Slots whose kernels are not in the program yet answer E_FAIL on OpenCL buffers.
+    cl_mem a = Buffer(f.rgb);
+    cl_mem b = Buffer(f.dstBefore);
+    EXPECT_EQ(t->YUV32toRGB32(queue_, 1, a, f.kWidth, f.kHeight, f.kSrcPitch, 1, b, f.kWidth, f.kHeight, f.kDstPitch),
+              TESSIVA_E_FAIL);
+}
+
+}  // namespace
+}  // namespace tessiva::test
