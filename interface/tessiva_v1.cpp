@@ -404,10 +404,15 @@ TessivaResult Tessiva::InterpolateMakeTopField(void* queue, int32_t path, void* 
     return MakeTopField(queue, path, frame, width, height, 1);
 }
 
-// Stretch: OpenCL only (both kinds must be 1); arrives with the OpenCL program.
-TessivaResult Tessiva::Stretch(void*, int32_t, void*, int32_t, int32_t, int32_t, int32_t, void*, int32_t, int32_t,
-                               int32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
-    return TESSIVA_E_NOTIMPL;
+TessivaResult Tessiva::Stretch(void*, int32_t srcKind, void* src, int32_t, int32_t, int32_t, int32_t dstKind,
+                               void* dst, int32_t, int32_t, int32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                               uint32_t) {
+    if (!src || !dst) return TESSIVA_E_FAIL;
+    // There is no host-memory stretch: both images must be OpenCL buffers.
+    if (srcKind != TESSIVA_MEMORY_OPENCL || dstKind != TESSIVA_MEMORY_OPENCL) return TESSIVA_E_NOTIMPL;
+    platform::ScopedLock hold(lock_);
+    if (!openCL_.IsReady()) return TESSIVA_E_FAIL;
+    return TESSIVA_E_FAIL;  // the sampling kernels arrive with the OpenCL program
 }
 
 }  // namespace tessiva

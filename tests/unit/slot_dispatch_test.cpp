@@ -93,3 +93,24 @@ TEST(SlotDispatch, FillArgumentChecks) {
 
 }  // namespace
 }  // namespace tessiva::test
+
+namespace tessiva::test {
+namespace {
+
+TEST(SlotDispatch, StretchIsOpenCLOnly) {
+    Tessiva* t = new Tessiva();
+    std::vector<uint8_t> a = RandomBytes(64, 1), b = RandomBytes(64, 2);
+    const std::vector<uint8_t> b0 = b;
+    void* q = nullptr;
+    auto stretch = [&](int32_t sk, void* s, int32_t dk, void* d) {
+        return CallSlot<int32_t>(t, 40, q, sk, s, 4, 4, 16, dk, d, 2, 2, 8, 0u, 0u, 0u, 0u, 0u, 0u);
+    };
+    EXPECT_EQ(stretch(1, a.data(), 1, nullptr), TESSIVA_E_FAIL);
+    EXPECT_EQ(stretch(0, a.data(), 0, b.data()), TESSIVA_E_NOTIMPL);
+    EXPECT_EQ(stretch(1, a.data(), 0, b.data()), TESSIVA_E_NOTIMPL);
+    EXPECT_EQ(b, b0);
+    t->DeletingDestructor(1);
+}
+
+}  // namespace
+}  // namespace tessiva::test
