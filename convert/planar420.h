@@ -14,6 +14,10 @@ struct PackedRows {
     const uint8_t* first;
     intptr_t step;
 };
+inline PackedRows TopDown(const uint8_t* src, uint32_t pitch) { return {src, intptr_t(pitch)}; }
+inline PackedRows BottomUp(const uint8_t* src, uint32_t pitch, uint32_t height) {
+    return {src + size_t(pitch) * (height - 1), -intptr_t(pitch)};
+}
 
 // Y plane and chroma rows of the destination. Chroma sample i of chroma row j
 // goes to u + j x chromaPitch + i x chromaStep (and to v likewise): chromaStep

@@ -101,11 +101,6 @@ planar::Target420 Yv12Target(uint8_t* dst, uint32_t width, uint32_t height, uint
             planar::Yv12ChromaPitch((width + 1) / 2, width, pitch), 1};
 }
 
-planar::PackedRows TopDown(const uint8_t* src, uint32_t pitch) { return {src, intptr_t(pitch)}; }
-planar::PackedRows BottomUp(const uint8_t* src, uint32_t pitch, uint32_t height) {
-    return {src + size_t(pitch) * (height - 1), -intptr_t(pitch)};
-}
-
 }  // namespace
 
 namespace planar {
@@ -120,19 +115,19 @@ void YUV32To420_Plain(PackedRows src, uint32_t width, uint32_t height, const Tar
 void RGB32toYV12_Plain(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                        uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::RGB32To420_Plain(TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::RGB32To420_Plain(planar::TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void InvertRGB32toYV12_Plain(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                              uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::RGB32To420_Plain(BottomUp(src, sp, sh), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::RGB32To420_Plain(planar::BottomUp(src, sp, sh), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void YUV32toYV12_Plain(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                        uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::YUV32To420_Plain(TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::YUV32To420_Plain(planar::TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void YV12toRGB32_Plain(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,

@@ -289,11 +289,6 @@ planar::Target420 Yv12Target(uint8_t* dst, uint32_t width, uint32_t height, uint
             1};
 }
 
-planar::PackedRows TopDown(const uint8_t* src, uint32_t pitch) { return {src, intptr_t(pitch)}; }
-planar::PackedRows BottomUp(const uint8_t* src, uint32_t pitch, uint32_t height) {
-    return {src + size_t(pitch) * (height - 1), -intptr_t(pitch)};
-}
-
 }  // namespace
 
 namespace planar {
@@ -308,19 +303,19 @@ void YUV32To420_SSE2(PackedRows src, uint32_t width, uint32_t height, const Targ
 void RGB32toYV12_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                       uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::RGB32To420_SSE2(TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::RGB32To420_SSE2(planar::TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void InvertRGB32toYV12_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                             uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::RGB32To420_SSE2(BottomUp(src, sp, sh), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::RGB32To420_SSE2(planar::BottomUp(src, sp, sh), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void YUV32toYV12_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                       uint32_t dh, uint32_t dp) {
     if (!Runnable(src, sw, sh, dst, dw, dh)) return;
-    planar::YUV32To420_SSE2(TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
+    planar::YUV32To420_SSE2(planar::TopDown(src, sp), sw, sh, Yv12Target(dst, sw, sh, dp));
 }
 
 void YV12toRGB32_SSE2(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
