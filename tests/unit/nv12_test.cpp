@@ -12,6 +12,7 @@
 #include "cpu/routine_table.h"
 #include "planar420_model.h"
 #include "support/test_support.h"
+#include "unit/routine_shapes.h"
 
 namespace {
 
@@ -22,34 +23,13 @@ using planar_model::Level;
 using planar_model::Source;
 using test::FirstDifference;
 using test::GuardedBuffer;
+using test::Describe;
+using test::ScopedTableLevel;
+using test::Shape;
+using test::TableLevels;
 
-struct Shape {
-    uint32_t width, height, srcPad, dstPad;  // pads in bytes
-};
-
-std::string Describe(const char* name, const Shape& s) {
-    return std::string(name) + " W=" + std::to_string(s.width) + " H=" + std::to_string(s.height) +
-           " srcPad=" + std::to_string(s.srcPad) + " dstPad=" + std::to_string(s.dstPad);
-}
-
-// The SSE2 entries run 256-bit internals when the routine table was last filled
-// for level 6 on a processor with AVX2: SSE2 checks run under both fillings.
-class ScopedTableLevel {
-public:
-    explicit ScopedTableLevel(int level) : saved_(routineTable) { SelectRoutines(level); }
-    ~ScopedTableLevel() { routineTable = saved_; }
-    ScopedTableLevel(const ScopedTableLevel&) = delete;
-    ScopedTableLevel& operator=(const ScopedTableLevel&) = delete;
-
-private:
-    RoutineTable saved_;
-};
-
-std::vector<int> TableLevels() {
-    if (__builtin_cpu_supports("avx2")) return {3, 6};
-    return {3};
-}
-
+// Every width 1..40 with heights 1..6 and a few pads (odd ones included), and
+// some wide rows.
 std::vector<Shape> Shapes() {
     std::vector<Shape> shapes;
     const uint32_t pads[][2] = {{0, 0}, {5, 1}, {12, 3}, {3, 6}};
