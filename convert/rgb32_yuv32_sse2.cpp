@@ -105,10 +105,25 @@ TESSIVA_SSE2_INLINE __m128i ConvertOne(__m128i x) {
     return out;
 }
 
-// `ahead` is the distance from this source row to the next one to be read: a
-// source walked bottom-up defeats the hardware prefetchers at each row change,
-// so the same column of the next row is prefetched while this one converts.
-template <class Kernel, bool kPrefetch>
+// Rows walked bottom-up defeat the hardware prefetchers at each row change. A
+// source read bottom-up gets the same columns kRowsAhead rows further along
+// prefetched while a row converts; a destination written bottom-up gets
+// streaming stores (no read for ownership), for images of kStreamMinBytes and
+// more only, since they bypass the caches (top-down they were slower).
+constexpr uint32_t kRowsAhead = 2;
+constexpr size_t kStreamMinBytes = size_t(4) << 20;
+
+template <bool kStream>
+TESSIVA_SSE2_INLINE void Store(uint8_t* d, __m128i v) {
+    if (kStream)
+        _mm_stream_si128(reinterpret_cast<__m128i*>(d), v);
+    else
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), v);
+}
+
+// `ahead`: bytes from this source row to the one to prefetch (0 near the end).
+// Streaming needs `d` 16-byte aligned.
+template <class Kernel, bool kPrefetch, bool kStream>
 TESSIVA_SSE2_INLINE void ConvertRow(const uint8_t* s, uint8_t* d, uint32_t width, std::ptrdiff_t ahead) {
     const uint32_t blocks = width / kBlockPixels;
     for (uint32_t i = 0; i < blocks; ++i, s += kBlockBytes, d += kBlockBytes) {
@@ -116,8 +131,8 @@ TESSIVA_SSE2_INLINE void ConvertRow(const uint8_t* s, uint8_t* d, uint32_t width
         __m128i a, b;
         Kernel::Convert2(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s)),
                          _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16)), &a, &b);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d), a);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 16), b);
+        Store<kStream>(d, a);
+        Store<kStream>(d + 16, b);
     }
     const uint32_t rest = width % kBlockPixels;
     if (rest & 4) {
@@ -143,12 +158,18 @@ template <class Kernel, bool kSrcUp, bool kDstUp>
 TESSIVA_SSE2 void ConvertRows(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
                               uint32_t dh, uint32_t dp) {
     if (!SameSize(sw, sh, dw, dh) || !src || !dst) return;
+    const bool stream = kDstUp && size_t(sw) * 4 * sh >= kStreamMinBytes;
     for (uint32_t y = 0; y < sh; ++y) {
         const uint8_t* s = src + size_t(kSrcUp ? sh - 1 - y : y) * sp;
         uint8_t* d = dst + size_t(kDstUp ? dh - 1 - y : y) * dp;
-        const std::ptrdiff_t ahead = kSrcUp && y + 1 < sh ? -std::ptrdiff_t(sp) : 0;
-        ConvertRow<Kernel, kSrcUp>(s, d, sw, ahead);
+        const std::ptrdiff_t ahead = kSrcUp && y + kRowsAhead < sh ? -std::ptrdiff_t(sp) * kRowsAhead : 0;
+        if (stream && (reinterpret_cast<uintptr_t>(d) & 15) == 0)
+            ConvertRow<Kernel, kSrcUp, true>(s, d, sw, ahead);
+        else
+            ConvertRow<Kernel, kSrcUp, false>(s, d, sw, ahead);
     }
+    // Streaming stores are weakly ordered: make them visible before returning.
+    if (stream) _mm_sfence();
 }
 
 }  // namespace

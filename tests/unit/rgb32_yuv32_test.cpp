@@ -116,13 +116,20 @@ void Model(const Variant& v, const Layout& l, const std::vector<uint8_t>& src, s
 
 // Runs variant and model on the same random buffers and compares every byte of
 // both allocations. The guard covers the baseline's walk below the buffer.
+// `misalign` shifts the source start by that many bytes and the destination by
+// (3 x misalign) mod 4, or, with kAlignDestination, puts the destination on a
+// 16-byte boundary.
+constexpr uint32_t kAlignDestination = 99;
+
 void Check(const Variant& v, uint32_t width, uint32_t height, uint32_t srcPad, uint32_t dstPad, uint32_t misalign,
            uint32_t seed) {
     const uint32_t srcPitch = width * 4 + srcPad, dstPitch = width * 4 + dstPad;
     const size_t guard = 64 + 4 * size_t(height);
-    GuardedBuffer src(size_t(srcPitch) * height + misalign, seed, guard);
-    GuardedBuffer dst(size_t(dstPitch) * height + misalign, seed + 1, guard);
-    const size_t srcMis = misalign, dstMis = (misalign * 3) % 4;
+    GuardedBuffer src(size_t(srcPitch) * height + 16, seed, guard);
+    GuardedBuffer dst(size_t(dstPitch) * height + 16, seed + 1, guard);
+    const bool align = misalign == kAlignDestination;
+    const size_t srcMis = align ? 0 : misalign;
+    const size_t dstMis = align ? (0 - reinterpret_cast<uintptr_t>(dst.data())) & 15 : (misalign * 3) % 4;
     const Layout l{width, height, srcPitch, dstPitch, guard + srcMis, guard + dstMis};
 
     std::vector<uint8_t> expected = dst.all();
@@ -158,6 +165,20 @@ TEST(Rgb32Yuv32, LargeWidthsMatchTheModel) {
             Check(v, w, 4, 64, 36, 2, seed++);
             if (HasFatalFailure()) return;
         }
+    }
+}
+
+TEST(Rgb32Yuv32, LargeImagesMatchTheModel) {
+    // Past 4 MiB a destination written bottom-up takes streaming stores where
+    // a row starts on a 16-byte boundary: every row (pitch 4112), every other
+    // row (pitch 4120), none (misaligned start). Width 1027 leaves a tail.
+    uint32_t seed = 2000;
+    for (const Variant& v : kVariants) {
+        if (!Runs(v) || v.pairsOnly || v.op != Op::kInvertToRgb) continue;
+        Check(v, 1027, 1100, 0, 4, kAlignDestination, seed++);
+        Check(v, 1027, 1100, 12, 12, kAlignDestination, seed++);
+        Check(v, 1027, 1100, 0, 4, 1, seed++);
+        if (HasFatalFailure()) return;
     }
 }
 
