@@ -340,12 +340,16 @@ elseif(MODE STREQUAL "files")
     tool_fails(2 "is the input file" -y --from yuy2 ${size} --to rgb32 card.yuy2 ${out})
     tool_fails(2 "is the input file" -y --from yuy2 ${size} card.yuy2 never.raw --png ${out})
   endforeach()
-  # Standard input redirected from the output file.
-  execute_process(COMMAND ${EMULATOR} "${TOOL}" -y --from yuy2 ${size} - card.yuy2 WORKING_DIRECTORY "${WORK}"
-    INPUT_FILE "${WORK}/card.yuy2" RESULT_VARIABLE rc OUTPUT_QUIET ERROR_FILE "${WORK}/stdin.err")
-  file(READ "${WORK}/stdin.err" err)
-  if(NOT rc STREQUAL "2" OR NOT err MATCHES "'card.yuy2' is the input file")
-    message(FATAL_ERROR "output = redirected input exited with ${rc}:\n${err}")
+  # Standard input redirected from the output file. (Wine gives a program no
+  # file identity for a standard input it inherits from Linux; the rename
+  # still leaves the file being read intact there.)
+  if(NOT EMULATOR)
+    execute_process(COMMAND "${TOOL}" -y --from yuy2 ${size} - card.yuy2 WORKING_DIRECTORY "${WORK}"
+      INPUT_FILE "${WORK}/card.yuy2" RESULT_VARIABLE rc OUTPUT_QUIET ERROR_FILE "${WORK}/stdin.err")
+    file(READ "${WORK}/stdin.err" err)
+    if(NOT rc STREQUAL "2" OR NOT err MATCHES "'card.yuy2' is the input file")
+      message(FATAL_ERROR "output = redirected input exited with ${rc}:\n${err}")
+    endif()
   endif()
   expect_same(card.yuy2 card.copy)
   tool_fails(2 "OUTPUT and --png name the same file" ${size} same.out --png same.out)
@@ -366,16 +370,16 @@ elseif(MODE STREQUAL "files")
   tool_ok(-y ${size} old.rgb32)
   expect_size(old.rgb32 12288)
   expect_no_leftovers()
-  # A link stays a link; its target is replaced.
-  file(WRITE "${WORK}/target.rgb32" "old")
-  file(CREATE_LINK target.rgb32 "${WORK}/link.rgb32" SYMBOLIC)
-  tool_ok(-y ${size} link.rgb32)
-  expect_size(target.rgb32 12288)
-  if(NOT IS_SYMLINK "${WORK}/link.rgb32")
-    message(FATAL_ERROR "link.rgb32 was replaced by a file")
-  endif()
-
   if(NOT EMULATOR)
+    # A symbolic link stays a link; its target is replaced.
+    file(WRITE "${WORK}/target.rgb32" "old")
+    file(CREATE_LINK target.rgb32 "${WORK}/link.rgb32" SYMBOLIC)
+    tool_ok(-y ${size} link.rgb32)
+    expect_size(target.rgb32 12288)
+    if(NOT IS_SYMLINK "${WORK}/link.rgb32")
+      message(FATAL_ERROR "link.rgb32 was replaced by a file")
+    endif()
+
     # Not a regular file: written in place, never renamed over.
     tool_ok(${size} /dev/null)
 
