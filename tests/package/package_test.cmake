@@ -1,7 +1,7 @@
 # Installs this build into a fresh prefix and builds examples/host against the
 # installed tree only, as a host's build would: find_package(Tessiva) and, on
 # the native build, pkg-config. Then runs the example and the installed tool.
-#   cmake -DBUILD=<build dir> -DSOURCE=<source dir> -DWORK=<dir> [-DTOOLCHAIN=<file>]
+#   cmake -DBUILD=<build dir> -DSOURCE=<source dir> -DWORK=<dir> -DGENERATOR=<name> [-DTOOLCHAIN=<file>]
 #         [-DEMULATOR=<runner>] -P package_test.cmake
 cmake_minimum_required(VERSION 3.21)
 file(REMOVE_RECURSE "${WORK}")
@@ -36,7 +36,7 @@ foreach(f ${expected})
 endforeach()
 
 # The example, configured with nothing but the installed prefix.
-set(configure "${CMAKE_COMMAND}" -S "${SOURCE}/examples/host" -B "${WORK}/host" -G Ninja
+set(configure "${CMAKE_COMMAND}" -S "${SOURCE}/examples/host" -B "${WORK}/host" -G "${GENERATOR}"
   -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=${prefix}")
 if(TOOLCHAIN)
   list(APPEND configure "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}")

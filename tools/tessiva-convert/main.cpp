@@ -139,7 +139,8 @@ bool CheckOutputs(const Settings& s, const FileIdentity& input, std::string* err
         const bool stdOut = path == "-";
         identities[i] = stdOut ? IdentifyStream(stdout) : IdentifyPath(path);
         if (identities[i].SameFile(input)) {
-            *error = Shown(path) + " is the input file '" + s.input + "': write the output to another file";
+            *error = Shown(path) + " is the input file" + (s.input == "-" ? "" : " '" + s.input + "'") +
+                     ": write the output to another file";
             return false;
         }
         if (i == 1 && !stdOut && (path == s.output || identities[1].SameFile(identities[0]))) {
