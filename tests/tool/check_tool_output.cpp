@@ -1,6 +1,6 @@
 // Checks the files that tool_test.cmake has tessiva-convert write, against
-// expectations computed here from the BT.601 formulas and, for PNG files, with a
-// small inflater of its own. Exit status 0 when the file is right.
+// expectations computed here from the BT.601 formulas, PNG files through zlib,
+// and conversions against ffmpeg's. Exit status 0 when the file is right.
 //
 //   tessiva_tool_check card  FILE W H           FILE is the test card (RGB32)
 //   tessiva_tool_check yuv32 FILE W H [invert]  FILE is the card converted to YUV32
@@ -8,6 +8,14 @@
 //   tessiva_tool_check png   FILE W H [RGB32]   FILE is a well-formed PNG (of the RGB32 frame)
 //   tessiva_tool_check fields FILE W H split|top|bottom double|interpolate
 //                                               FILE is the card through that field step (RGB32)
+//   tessiva_tool_check nv12 FILE W H YV12       FILE holds the frames of YV12 with U, V interleaved
+//   tessiva_tool_check compare yuy2|nv12 FILE REFERENCE W H LUMA CHROMA CHROMA_MEAN
+//                                               no luma sample of FILE is more than LUMA from
+//                                               REFERENCE's, no chroma sample more than CHROMA,
+//                                               and the mean chroma difference is below CHROMA_MEAN
+#include <zlib.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -224,171 +232,6 @@ void CheckFields(const Bytes& file, FrameSize size, const std::string& op, const
 
 uint32_t BE32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
-uint32_t Crc32(const uint8_t* p, std::size_t n) {
-    uint32_t c = 0xFFFFFFFFu;
-    for (std::size_t i = 0; i < n; ++i) {
-        c ^= p[i];
-        for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1)));
-    }
-    return ~c;
-}
-
-// RFC 1951 decoder for stored, fixed and dynamic blocks, after the pattern of
-// zlib's puff: canonical codes decoded one bit at a time.
-class Inflater {
-public:
-    Inflater(const uint8_t* data, std::size_t size) : in_(data), size_(size) {}
-
-    Bytes Run() {
-        int last;
-        do {
-            last = Bits(1);
-            switch (Bits(2)) {
-                case 0: Stored(); break;
-                case 1: Fixed(); break;
-                case 2: Dynamic(); break;
-                default: Fail("deflate block type 3");
-            }
-        } while (!last);
-        return out_;
-    }
-    std::size_t BytesUsed() const { return pos_; }
-
-private:
-    struct Huffman {
-        short count[16];
-        short symbol[320];
-    };
-
-    int Bits(int need) {
-        uint32_t value = bitBuffer_;
-        while (bitCount_ < need) {
-            if (pos_ >= size_) Fail("deflate data ends early");
-            value |= uint32_t(in_[pos_++]) << bitCount_;
-            bitCount_ += 8;
-        }
-        bitBuffer_ = value >> need;
-        bitCount_ -= need;
-        return int(value & ((1u << need) - 1));
-    }
-
-    static void Build(Huffman* h, const short* lengths, int n) {
-        std::memset(h->count, 0, sizeof h->count);
-        for (int i = 0; i < n; ++i) h->count[lengths[i]]++;
-        short offsets[16];
-        offsets[1] = 0;
-        for (int len = 1; len < 15; ++len) offsets[len + 1] = short(offsets[len] + h->count[len]);
-        for (int i = 0; i < n; ++i)
-            if (lengths[i] != 0) h->symbol[offsets[lengths[i]]++] = short(i);
-    }
-
-    int Decode(const Huffman& h) {
-        int code = 0, first = 0, index = 0;
-        for (int len = 1; len < 16; ++len) {
-            code |= Bits(1);
-            const int count = h.count[len];
-            if (code - count < first) return h.symbol[index + (code - first)];
-            index += count;
-            first = (first + count) << 1;
-            code <<= 1;
-        }
-        Fail("invalid Huffman code");
-    }
-
-    void Stored() {
-        bitBuffer_ = 0;
-        bitCount_ = 0;
-        if (pos_ + 4 > size_) Fail("stored block header ends early");
-        const unsigned len = in_[pos_] | in_[pos_ + 1] << 8, nlen = in_[pos_ + 2] | in_[pos_ + 3] << 8;
-        pos_ += 4;
-        if (len != (~nlen & 0xFFFF)) Fail("stored block length check");
-        if (pos_ + len > size_) Fail("stored block ends early");
-        out_.insert(out_.end(), in_ + pos_, in_ + pos_ + len);
-        pos_ += len;
-    }
-
-    void Codes(const Huffman& lengths, const Huffman& distances) {
-        static const short kBase[29] = {3,  4,  5,  6,  7,  8,  9,  10, 11,  13,  15,  17,  19,  23, 27,
-                                        31, 35, 43, 51, 59, 67, 83, 99, 115, 131, 163, 195, 227, 258};
-        static const short kExtra[29] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,
-                                         2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
-        static const short kDistBase[30] = {1,   2,   3,   4,   5,   7,    9,    13,   17,   25,
-                                            33,  49,  65,  97,  129, 193,  257,  385,  513,  769,
-                                            1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
-        static const short kDistExtra[30] = {0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  5,  5,  6,
-                                             6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
-        for (;;) {
-            int symbol = Decode(lengths);
-            if (symbol < 256) {
-                out_.push_back(uint8_t(symbol));
-                continue;
-            }
-            if (symbol == 256) return;
-            symbol -= 257;
-            if (symbol >= 29) Fail("invalid length symbol");
-            const int len = kBase[symbol] + Bits(kExtra[symbol]);
-            const int d = Decode(distances);
-            if (d >= 30) Fail("invalid distance symbol");
-            const std::size_t dist = std::size_t(kDistBase[d]) + Bits(kDistExtra[d]);
-            if (dist > out_.size()) Fail("distance reaches before the start");
-            for (int i = 0; i < len; ++i) out_.push_back(out_[out_.size() - dist]);
-        }
-    }
-
-    void Fixed() {
-        short lengths[288 + 30];
-        int i = 0;
-        for (; i < 144; ++i) lengths[i] = 8;
-        for (; i < 256; ++i) lengths[i] = 9;
-        for (; i < 280; ++i) lengths[i] = 7;
-        for (; i < 288; ++i) lengths[i] = 8;
-        for (; i < 288 + 30; ++i) lengths[i] = 5;
-        Huffman lit, dist;
-        Build(&lit, lengths, 288);
-        Build(&dist, lengths + 288, 30);
-        Codes(lit, dist);
-    }
-
-    void Dynamic() {
-        static const short kOrder[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
-        const int nlen = Bits(5) + 257, ndist = Bits(5) + 1, ncode = Bits(4) + 4;
-        if (nlen > 286 || ndist > 30) Fail("bad code counts");
-        short lengths[320] = {};
-        for (int i = 0; i < ncode; ++i) lengths[kOrder[i]] = short(Bits(3));
-        Huffman lencode, distcode;
-        Build(&lencode, lengths, 19);
-        int index = 0;
-        while (index < nlen + ndist) {
-            int symbol = Decode(lencode);
-            if (symbol < 16) {
-                lengths[index++] = short(symbol);
-                continue;
-            }
-            short len = 0;
-            if (symbol == 16) {
-                if (index == 0) Fail("repeat with no previous length");
-                len = lengths[index - 1];
-                symbol = 3 + Bits(2);
-            } else if (symbol == 17) {
-                symbol = 3 + Bits(3);
-            } else {
-                symbol = 11 + Bits(7);
-            }
-            if (index + symbol > nlen + ndist) Fail("too many lengths");
-            while (symbol--) lengths[index++] = len;
-        }
-        Build(&lencode, lengths, nlen);
-        Build(&distcode, lengths + nlen, ndist);
-        Codes(lencode, distcode);
-    }
-
-    const uint8_t* in_;
-    std::size_t size_, pos_ = 0;
-    uint32_t bitBuffer_ = 0;
-    int bitCount_ = 0;
-    Bytes out_;
-};
-
 int Paeth(int a, int b, int c) {
     const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
     return pa <= pb && pa <= pc ? a : pb <= pc ? b : c;
@@ -407,7 +250,7 @@ void CheckPng(const Bytes& png, FrameSize size, const Bytes& rgb32) {
         const uint32_t length = BE32(&png[at]);
         if (length > png.size() - at - 12) Fail("a chunk runs past the end");
         const std::string type(reinterpret_cast<const char*>(&png[at + 4]), 4);
-        if (Crc32(&png[at + 4], length + 4) != BE32(&png[at + 8 + length])) Fail("CRC of chunk " + type);
+        if (crc32(0L, &png[at + 4], uInt(length + 4)) != BE32(&png[at + 8 + length])) Fail("CRC of chunk " + type);
         const uint8_t* data = &png[at + 8];
         if (type == "IHDR") {
             if (!order.empty() || length != 13) Fail("IHDR is not the first chunk of 13 bytes");
@@ -429,19 +272,17 @@ void CheckPng(const Bytes& png, FrameSize size, const Bytes& rgb32) {
     }
     if (!ended || order.find('D') == std::string::npos) Fail("IDAT or IEND missing");
 
-    // zlib: header, deflate data, Adler-32 of the inflated bytes.
-    if (stream.size() < 6 || (stream[0] & 0x0F) != 8 || (stream[0] >> 4) > 7 ||
-        (stream[0] << 8 | stream[1]) % 31 != 0 || (stream[1] & 0x20))
-        Fail("bad zlib header");
-    Inflater inflater(stream.data() + 2, stream.size() - 2);
-    const Bytes raw = inflater.Run();
+    // One whole zlib stream (checked by zlib: header, data, Adler-32) that
+    // inflates to exactly one filter byte and 3 x width bytes per row.
     const std::size_t rowBytes = std::size_t(size.width) * 3;
+    Bytes raw((rowBytes + 1) * size.height + 1);
+    uLongf rawBytes = uLongf(raw.size());
+    uLong streamBytes = uLong(stream.size());
+    const int z = uncompress2(raw.data(), &rawBytes, stream.data(), &streamBytes);
+    if (z != Z_OK) Fail("zlib cannot inflate the image data (" + std::to_string(z) + ")");
+    if (streamBytes != stream.size()) Fail("bytes after the end of the zlib stream");
+    raw.resize(rawBytes);
     ExpectSize(raw, (rowBytes + 1) * size.height, "the inflated image data");
-    const std::size_t end = 2 + inflater.BytesUsed();
-    if (end + 4 != stream.size()) Fail("the zlib stream does not end with its Adler-32");
-    uint32_t a = 1, b = 0;
-    for (uint8_t v : raw) a = (a + v) % 65521, b = (b + a) % 65521;
-    if (BE32(&stream[end]) != (b << 16 | a)) Fail("Adler-32 of the image data");
 
     // Undo the row filters and compare with the frame's R, G, B.
     if (rgb32.empty()) return;
@@ -471,6 +312,59 @@ void CheckPng(const Bytes& png, FrameSize size, const Bytes& rgb32) {
     }
 }
 
+// ---- NV12 and ffmpeg ----
+
+// Each frame of `nv12` must be the same frame of `yv12` (Y, then V and U
+// planes of a quarter each) with the chroma as U, V pairs.
+void CheckNv12(const Bytes& nv12, const Bytes& yv12, FrameSize size) {
+    const std::size_t luma = std::size_t(size.width) * size.height, quarter = luma / 4, frame = luma + 2 * quarter;
+    if (yv12.empty() || yv12.size() % frame != 0) Fail("the YV12 reference is not whole frames");
+    ExpectSize(nv12, yv12.size(), "the NV12 file");
+    for (std::size_t f = 0; f < yv12.size() / frame; ++f) {
+        const uint8_t* n = &nv12[f * frame];
+        const uint8_t* y = &yv12[f * frame];
+        if (std::memcmp(n, y, luma) != 0) Fail("the Y plane of frame " + std::to_string(f) + " differs");
+        for (std::size_t i = 0; i < quarter; ++i)
+            if (n[luma + 2 * i] != y[luma + quarter + i] || n[luma + 2 * i + 1] != y[luma + i])
+                Fail("frame " + std::to_string(f) + " chroma sample " + std::to_string(i) +
+                     " is not the YV12 frame's U, V pair");
+    }
+}
+
+// Differences between two files of the same frames; luma and chroma apart.
+void Compare(const std::string& format, const Bytes& file, const Bytes& reference, FrameSize size, int lumaLimit,
+             int chromaLimit, double chromaMeanLimit) {
+    if (format != "yuy2" && format != "nv12") Fail("unknown format " + format);
+    ExpectSize(file, reference.size(), "the file");
+    const std::size_t luma = std::size_t(size.width) * size.height;
+    const std::size_t frame = format == "yuy2" ? 2 * luma : luma + luma / 2;
+    if (reference.empty() || reference.size() % frame != 0) Fail("the reference is not whole frames");
+    int lumaMax = 0, chromaMax = 0;
+    double chromaSum = 0, lumaSum = 0;
+    std::size_t chromaCount = 0, lumaCount = 0;
+    for (std::size_t i = 0; i < file.size(); ++i) {
+        const std::size_t at = i % frame;
+        // YUY2: Y, U, Y, V; NV12: the Y plane, then U, V pairs.
+        const bool isLuma = format == "yuy2" ? at % 2 == 0 : at < luma;
+        const int d = std::abs(int(file[i]) - int(reference[i]));
+        if (isLuma) {
+            lumaMax = std::max(lumaMax, d);
+            lumaSum += d;
+            ++lumaCount;
+        } else {
+            chromaMax = std::max(chromaMax, d);
+            chromaSum += d;
+            ++chromaCount;
+        }
+    }
+    const double chromaMean = chromaSum / double(chromaCount);
+    std::printf("%s: luma max %d mean %.3f, chroma max %d mean %.3f\n", format.c_str(), lumaMax,
+                lumaSum / double(lumaCount), chromaMax, chromaMean);
+    if (lumaMax > lumaLimit) Fail("luma differs by up to " + std::to_string(lumaMax));
+    if (chromaMax > chromaLimit) Fail("chroma differs by up to " + std::to_string(chromaMax));
+    if (!(chromaMean < chromaMeanLimit)) Fail("mean chroma difference " + std::to_string(chromaMean));
+}
+
 FrameSize SizeArg(const char* w, const char* h) { return {std::atoi(w), std::atoi(h)}; }
 
 }  // namespace
@@ -486,17 +380,24 @@ int main(int argc, char** argv) {
             CheckRgb32(ReadFile(argv[2]), SizeArg(argv[3], argv[4]));
         } else if (mode == "fields" && argc == 7) {
             CheckFields(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argv[5], argv[6]);
+        } else if (mode == "nv12" && argc == 6) {
+            CheckNv12(ReadFile(argv[2]), ReadFile(argv[5]), SizeArg(argv[3], argv[4]));
+        } else if (mode == "compare" && argc == 10) {
+            Compare(argv[2], ReadFile(argv[3]), ReadFile(argv[4]), SizeArg(argv[5], argv[6]), std::atoi(argv[7]),
+                    std::atoi(argv[8]), std::atof(argv[9]));
         } else if (mode == "png" && (argc == 5 || argc == 6)) {
             CheckPng(ReadFile(argv[2]), SizeArg(argv[3], argv[4]), argc == 6 ? ReadFile(argv[5]) : Bytes());
         } else {
             std::fprintf(stderr, "usage: tessiva_tool_check card|yuv32|rgb32|png FILE W H [invert|RGB32FILE]\n"
-                         "       tessiva_tool_check fields FILE W H split|top|bottom double|interpolate\n");
+                         "       tessiva_tool_check fields FILE W H split|top|bottom double|interpolate\n"
+                         "       tessiva_tool_check nv12 FILE W H YV12FILE\n"
+                         "       tessiva_tool_check compare yuy2|nv12 FILE REFERENCE W H LUMA CHROMA MEAN\n");
             return 2;
         }
     } catch (const Failure& f) {
         std::fprintf(stderr, "%s: %s\n", argc > 2 ? argv[2] : "?", f.what());
         return 1;
     }
-    std::printf("%s: ok\n", argv[2]);
+    std::printf("%s: ok\n", argc > 2 ? argv[2] : "?");
     return 0;
 }

@@ -1,6 +1,6 @@
 # Runs tessiva-convert the way a user does and checks what it writes.
-#   cmake -DMODE=roundtrip|pipe|structure|fields|arguments -DTOOL=<exe> -DCHECK=<exe>
-#         [-DEMULATOR=<runner>] [-DPYTHON=<python3>] -DSOURCE=<tests/tool> -DWORK=<dir>
+#   cmake -DMODE=roundtrip|pipe|structure|fields|arguments|files|ffmpeg -DTOOL=<exe>
+#         -DCHECK=<exe> [-DEMULATOR=<runner>] [-DFFMPEG=<ffmpeg>] -DWORK=<dir>
 #         -P tool_test.cmake
 # Files are named relative to WORK, which is also the working directory.
 # Standard output and error go to files, never to pipes: under Wine a pipe stays
@@ -48,20 +48,24 @@ function(check)
   endif()
 endfunction()
 
-function(check_png_with_zlib file width height)
-  if(PYTHON)
-    execute_process(COMMAND "${PYTHON}" "${SOURCE}/check_png_zlib.py" "${file}" ${width} ${height}
-      WORKING_DIRECTORY "${WORK}" RESULT_VARIABLE rc ERROR_VARIABLE err OUTPUT_QUIET)
-    if(NOT rc STREQUAL "0")
-      message(FATAL_ERROR "zlib check of ${file} failed:\n${err}")
-    endif()
-  endif()
-endfunction()
-
 function(expect_size file bytes)
   file(SIZE "${WORK}/${file}" size)
   if(NOT size EQUAL bytes)
     message(FATAL_ERROR "${file} holds ${size} bytes, expected ${bytes}")
+  endif()
+endfunction()
+
+function(expect_missing file)
+  if(EXISTS "${WORK}/${file}")
+    message(FATAL_ERROR "${file} exists")
+  endif()
+endfunction()
+
+# No temporary file is left in WORK (they are named ".NAME.*").
+function(expect_no_leftovers)
+  file(GLOB left LIST_DIRECTORIES false "${WORK}/.*")
+  if(left)
+    message(FATAL_ERROR "left behind: ${left}")
   endif()
 endfunction()
 
@@ -74,7 +78,7 @@ endfunction()
 
 # tool_route(pattern args...): --verbose must describe the steps as `pattern`.
 function(tool_route pattern)
-  tool_ok(--verbose ${ARGN})
+  tool_ok(--verbose -y ${ARGN})
   if(NOT TOOL_ERR MATCHES "${pattern}")
     message(FATAL_ERROR "tessiva-convert ${ARGN}\nreported:\n${TOOL_ERR}\nexpected: ${pattern}")
   endif()
@@ -90,7 +94,6 @@ if(MODE STREQUAL "roundtrip")
   tool_ok(--from yuv32 --size 1920x1080 --to rgb32 card.yuv32 back.rgb32)
   check(rgb32 back.rgb32 1920 1080)
   check(png card.png 1920 1080 back.rgb32)
-  check_png_with_zlib(card.png 1920 1080)
   # Mirrored on the way in (slot 10) and again on the way out (slot 11).
   tool_ok(--invert --to yuv32 flip.yuv32)
   check(yuv32 flip.yuv32 1920 1080 invert)
@@ -140,10 +143,8 @@ elseif(MODE STREQUAL "structure")
     tool_ok(--size ${w}x${h} --frames 2 --invert --to ${format} flip.${format})
     expect_size(flip.${format} ${two})
   endforeach()
-  check_png_with_zlib(nv12.png ${w} ${h})
   tool_ok(--size 1x1 --png tiny.png)
   check(png tiny.png 1 1)
-  check_png_with_zlib(tiny.png 1 1)
 
   # Files of several frames, read to their end or to --frames.
   math(EXPR two "${rgb32} * 2")
@@ -154,18 +155,23 @@ elseif(MODE STREQUAL "structure")
   tool_ok(--from yuv32 --size ${w}x${h} --to yuv32 card.yuv32 copy.yuv32)
   expect_same(copy.yuv32 card.yuv32)
 
-  # Routes: YUV stays YUV where it can, NV12 comes from the routine table,
-  # mirroring takes exactly one Invert slot, YV12 is read through RGB32 (slot 17
-  # writes nothing in host memory), and the PNG of NV12 goes through YV12.
+  # Routes: YUV stays YUV where it can, NV12 is YV12 repacked, mirroring takes
+  # exactly one Invert slot, YV12 is read through RGB32 (slot 17 writes nothing
+  # in host memory), and the PNG of NV12 goes through YV12.
   set(size --size ${w}x${h})
   tool_route("yuy2 -> yuv32 \\(YUY2toYUV32, slot 21\\) -> yv12 \\(YUV32toYV12, slot 16\\)\n"
     --from yuy2 ${size} --to yv12 card.yuy2 route.yv12)
   tool_route("yv12 -> rgb32 \\(YV12toRGB32, slot 15\\) -> yuv32 \\(RGB32toYUV32, slot 2\\)\n"
     --from yv12 ${size} --to yuv32 card.yv12 route.yuv32)
-  tool_route("rgb32 -> nv12 \\(RGB32toNV12, routine table\\)\n" ${size} --to nv12 route.nv12)
-  tool_route("yuy2 -> nv12 \\(YUY2toNV12, routine table\\)\n" --from yuy2 ${size} --to nv12 card.yuy2 route.nv12)
-  tool_route("yuv32 -> rgb32 \\(InvertYUV32toRGB32, slot 11\\) -> nv12 \\(RGB32toNV12, routine table\\)\n"
+  tool_route("rgb32 -> yv12 \\(RGB32toYV12, slot 14\\) -> nv12 \\(byte repack\\)\n" ${size} --to nv12 route.nv12)
+  tool_route("yuy2 -> yuv32 \\(YUY2toYUV32, slot 21\\) -> yv12 \\(YUV32toYV12, slot 16\\) -> nv12 \\(byte repack\\)\n"
+    --from yuy2 ${size} --to nv12 card.yuy2 from-yuy2.nv12)
+  tool_route("yuv32 -> rgb32 \\(YUV32toRGB32, slot 3\\) -> yv12 \\(InvertRGB32toYV12, slot 18\\) -> nv12 \\(byte repack\\)\n"
     --invert --from yuv32 ${size} --to nv12 card.yuv32 route.nv12)
+  # NV12 holds the samples of the library's YV12 frame, U before V.
+  check(nv12 card.nv12 ${w} ${h} card.yv12)
+  tool_ok(--from yuy2 ${size} --to yv12 card.yuy2 from-yuy2.yv12)
+  check(nv12 from-yuy2.nv12 ${w} ${h} from-yuy2.yv12)
   tool_route("rgb32 -> rgb32 \\(InvertRGB32toRGB32, slot 8\\)\n" --invert ${size} route.rgb32)
   tool_route("yuy2 -> rgb24 \\(InvertYUY2toRGB24, slot 25\\)\n" --invert --from yuy2 ${size} --to rgb24
     card.yuy2 route.rgb24)
@@ -173,10 +179,13 @@ elseif(MODE STREQUAL "structure")
     ${size} --to nv12 route.nv12 --png route.png)
   tool_route("png: rgb24 -> rgb32 \\(byte repack\\)\n" ${size} --to rgb24 --png route.png)
 
-  # Input that ends inside a frame: the whole frames are written, then status 1.
+  # Input that ends inside a frame: status 1 and no file; on standard output
+  # the whole frames before it are written.
   tool_fails(1 "ends inside a frame" --from rgb32 --size ${w}x40 card.rgb32 cut.rgb32)
+  expect_missing(cut.rgb32)
+  tool_fails(1 "ends inside a frame" --from rgb32 --size ${w}x40 card.rgb32 -)
   math(EXPR two "${w} * 40 * 4 * 2")
-  expect_size(cut.rgb32 ${two})
+  expect_size(tool.out ${two})
   file(WRITE "${WORK}/empty.raw" "")
   tool_fails(1 "no frame" --from rgb32 ${size} empty.raw out.raw)
   tool_fails(1 "cannot open" --from rgb32 ${size} missing.raw out.raw)
@@ -227,14 +236,16 @@ elseif(MODE STREQUAL "fields")
   tool_ok(${size} --fields weave card-woven.rgb32)
   tool_ok(${size} card.rgb32)
   expect_same(card-woven.rgb32 card.rgb32)
-  # An input that ends on an unpaired frame: the pair before it is written,
-  # the lone frame is not, and the status is 1.
+  # An input that ends on an unpaired frame: status 1, no file; on standard
+  # output the pair before it is written, the lone frame is not.
   execute_process(COMMAND "${CMAKE_COMMAND}" -E cat card2-128x96.rgb32 top-double-128x96.rgb32
     WORKING_DIRECTORY "${WORK}" OUTPUT_FILE "${WORK}/three.rgb32")
   math(EXPR three "${frame} * 3")
   expect_size(three.rgb32 ${three})
   tool_fails(1 "ended after 3 frames, an odd number" --from rgb32 ${size} --fields weave three.rgb32 two.rgb32)
-  expect_size(two.rgb32 ${frame})
+  expect_missing(two.rgb32)
+  tool_fails(1 "ended after 3 frames, an odd number" --from rgb32 ${size} --fields weave three.rgb32 -)
+  expect_size(tool.out ${frame})
 
   # Other formats: converted to rgb32 before the step and to the output
   # format after it; --invert mirrors after the step (before it, the fields of
@@ -255,8 +266,15 @@ elseif(MODE STREQUAL "fields")
 
 elseif(MODE STREQUAL "arguments")
   tool_ok(--help)
-  if(NOT TOOL_OUT MATCHES "Usage: tessiva-convert" OR NOT TOOL_OUT MATCHES "yuyv422"
-     OR NOT TOOL_OUT MATCHES "--fields OP" OR NOT TOOL_OUT MATCHES "--field-mode MODE")
+  if(NOT TOOL_OUT MATCHES "Usage: tessiva-convert" OR NOT TOOL_OUT MATCHES "--fields OP"
+     OR NOT TOOL_OUT MATCHES "--field-mode MODE" OR NOT TOOL_OUT MATCHES "-s, --size WxH"
+     OR NOT TOOL_OUT MATCHES "-y, --overwrite" OR NOT TOOL_OUT MATCHES "-n, --no-overwrite"
+     OR NOT TOOL_OUT MATCHES "--quiet")
+    message(FATAL_ERROR "--help printed:\n${TOOL_OUT}")
+  endif()
+  # ffmpeg's pixel-format names, each beside ours.
+  if(NOT TOOL_OUT MATCHES "rgb32 +bgra" OR NOT TOOL_OUT MATCHES "rgb24 +bgr24"
+     OR NOT TOOL_OUT MATCHES "yuy2 +yuyv422" OR NOT TOOL_OUT MATCHES "nv12 +nv12")
     message(FATAL_ERROR "--help printed:\n${TOOL_OUT}")
   endif()
   # Every refusal: status 2, a message naming the problem, and no file written.
@@ -274,7 +292,12 @@ elseif(MODE STREQUAL "arguments")
   tool_fails(2 "out of range" --size 32768x32768 never.raw)
   tool_fails(2 "--frames needs a positive" --frames 0 never.raw)
   tool_fails(2 "--frames needs a positive" --frames 3x never.raw)
-  tool_fails(2 "--level needs a number from 0 to 6" --level 7 never.raw)
+  tool_fails(2 "--level needs 0, 1, 2, 3, 4 or 6" --level 7 never.raw)
+  tool_fails(2 "--level needs 0, 1, 2, 3, 4 or 6" --level 5 never.raw)
+  tool_fails(2 "-s needs a value" never.raw -s)
+  tool_fails(2 "-y and -n cannot be used together" -y -n never.raw)
+  tool_fails(2 "unknown format 'yuv420p' for --to \\(rgb32 \\(bgra\\), rgb24 \\(bgr24\\), yuv32, yuy2 \\(yuyv422\\)"
+    --to yuv420p never.raw)
   tool_fails(2 "--png needs a file name" --png= never.raw)
   tool_fails(2 "needs --from FMT and --size" --size 64x48 in.raw never.raw)
   tool_fails(2 "needs --from FMT and --size" --from rgb32 in.raw never.raw)
@@ -296,6 +319,177 @@ elseif(MODE STREQUAL "arguments")
   if(EXISTS "${WORK}/never.raw")
     message(FATAL_ERROR "a refused command wrote never.raw")
   endif()
+
+elseif(MODE STREQUAL "files")
+  set(size -s 64x48)
+  tool_ok(${size} --frames 2 --to yuyv422 card.yuy2)
+  tool_ok(--size 64x48 --frames 2 --to yuy2 long-names.yuy2)
+  expect_same(card.yuy2 long-names.yuy2)
+  file(COPY_FILE "${WORK}/card.yuy2" "${WORK}/card.copy")
+  # ffmpeg's names read as ours.
+  tool_ok(--from yuyv422 ${size} --to bgra card.yuy2 a.rgb32)
+  tool_ok(--from yuy2 ${size} --to rgb32 card.yuy2 b.rgb32)
+  expect_same(a.rgb32 b.rgb32)
+
+  # An output that is the input, under any name: status 2 before anything is
+  # written, -y or not, and the input intact.
+  file(CREATE_LINK "${WORK}/card.yuy2" "${WORK}/hard.yuy2")
+  file(CREATE_LINK card.yuy2 "${WORK}/soft.yuy2" SYMBOLIC)
+  foreach(out card.yuy2 ./card.yuy2 hard.yuy2 soft.yuy2)
+    tool_fails(2 "'${out}' is the input file 'card.yuy2'" --from yuy2 ${size} card.yuy2 ${out})
+    tool_fails(2 "is the input file" -y --from yuy2 ${size} --to rgb32 card.yuy2 ${out})
+    tool_fails(2 "is the input file" -y --from yuy2 ${size} card.yuy2 never.raw --png ${out})
+  endforeach()
+  # Standard input redirected from the output file. (Wine gives a program no
+  # file identity for a standard input it inherits from Linux; the rename
+  # still leaves the file being read intact there.)
+  if(NOT EMULATOR)
+    execute_process(COMMAND "${TOOL}" -y --from yuy2 ${size} - card.yuy2 WORKING_DIRECTORY "${WORK}"
+      INPUT_FILE "${WORK}/card.yuy2" RESULT_VARIABLE rc OUTPUT_QUIET ERROR_FILE "${WORK}/stdin.err")
+    file(READ "${WORK}/stdin.err" err)
+    if(NOT rc STREQUAL "2" OR NOT err MATCHES "'card.yuy2' is the input file")
+      message(FATAL_ERROR "output = redirected input exited with ${rc}:\n${err}")
+    endif()
+  endif()
+  expect_same(card.yuy2 card.copy)
+  tool_fails(2 "OUTPUT and --png name the same file" ${size} same.out --png same.out)
+  expect_missing(same.out)
+
+  # Overwriting: refused by default and with -n, done with -y.
+  file(WRITE "${WORK}/old.rgb32" "old")
+  tool_fails(2 "'old.rgb32' exists: give -y to replace it" ${size} old.rgb32)
+  tool_fails(2 "'old.rgb32' exists; -n keeps it" -n ${size} old.rgb32)
+  tool_fails(2 "exists: give -y" ${size} new.rgb32 --png old.rgb32)
+  expect_missing(new.rgb32)
+  expect_size(old.rgb32 3)
+  # A failed run leaves an existing file as it was and no new file.
+  tool_fails(1 "ends inside a frame" -y --from yuy2 -s 64x40 card.yuy2 old.rgb32 --png new.png)
+  expect_size(old.rgb32 3)
+  expect_missing(new.png)
+  expect_no_leftovers()
+  tool_ok(-y ${size} old.rgb32)
+  expect_size(old.rgb32 12288)
+  expect_no_leftovers()
+  if(NOT EMULATOR)
+    # A symbolic link stays a link; its target is replaced.
+    file(WRITE "${WORK}/target.rgb32" "old")
+    file(CREATE_LINK target.rgb32 "${WORK}/link.rgb32" SYMBOLIC)
+    tool_ok(-y ${size} link.rgb32)
+    expect_size(target.rgb32 12288)
+    if(NOT IS_SYMLINK "${WORK}/link.rgb32")
+      message(FATAL_ERROR "link.rgb32 was replaced by a file")
+    endif()
+
+    # Not a regular file: written in place, never renamed over.
+    tool_ok(${size} /dev/null)
+
+    # --level caps the library's level through its registry settings: at
+    # level 0 an odd width leaves the last pixel of a row unconverted, at the
+    # SSE2 level and above every pixel is converted.
+    tool_ok(--level 3 -s 63x8 --to yuv32 level3.yuv32)
+    check(yuv32 level3.yuv32 63 8)
+    tool_ok(--level 6 -s 63x8 --to yuv32 level6.yuv32)
+    check(yuv32 level6.yuv32 63 8)
+    tool_ok(--level 0 -s 63x8 --to yuv32 level0.yuv32)
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${WORK}/level0.yuv32" "${WORK}/level3.yuv32"
+      RESULT_VARIABLE rc)
+    if(rc STREQUAL "0")
+      message(FATAL_ERROR "--level 0 gave the bytes of level 3")
+    endif()
+
+    # The progress line: only on a terminal (here a pseudo-terminal from
+    # script), only without --quiet, and only once the run has taken a second:
+    # the input pauses for longer than that between its two frames.
+    tool_ok(${size} --frames 2 two.rgb32)
+    file(WRITE "${WORK}/slow.sh" "head -c 12288 two.rgb32; sleep 1.2; tail -c 12288 two.rgb32\n")
+    set(convert "${TOOL}" --from rgb32 ${size} --to yuy2 - -)
+    list(JOIN convert " " command)
+    foreach(quiet "" --quiet)
+      execute_process(COMMAND script -qec "sh slow.sh | ${command} ${quiet} 2>&1 >/dev/null" /dev/null
+        WORKING_DIRECTORY "${WORK}" RESULT_VARIABLE rc OUTPUT_VARIABLE terminal ERROR_VARIABLE terminal)
+      if(NOT rc STREQUAL "0")
+        message(FATAL_ERROR "the run on a terminal exited with ${rc}:\n${terminal}")
+      endif()
+      if(quiet AND terminal MATCHES "fps")
+        message(FATAL_ERROR "--quiet showed progress:\n${terminal}")
+      elseif(NOT quiet AND NOT terminal MATCHES "tessiva-convert: 2 frames, [0-9.]+ fps")
+        message(FATAL_ERROR "no progress line on a terminal:\n${terminal}")
+      endif()
+    endforeach()
+    execute_process(COMMAND sh slow.sh COMMAND ${convert} WORKING_DIRECTORY "${WORK}"
+      RESULTS_VARIABLE rcs OUTPUT_QUIET ERROR_VARIABLE piped)
+    if(NOT rcs STREQUAL "0;0" OR NOT piped STREQUAL "")
+      message(FATAL_ERROR "the run into a pipe exited with ${rcs} and said:\n${piped}")
+    endif()
+  else()
+    tool_fails(2 "--level is not available on Windows" --level 3 ${size} never.raw)
+  endif()
+
+elseif(MODE STREQUAL "ffmpeg")
+  # ffmpeg's test pattern as bgra frames through a pipe into the tool, to
+  # yuyv422 and nv12, against ffmpeg's own conversion of the same frames
+  # (BT.601 studio range, exact rounding).
+  if(NOT FFMPEG)
+    message(FATAL_ERROR "ffmpeg not found: scripts/install-deps.sh installs it")
+  endif()
+  set(w 320)
+  set(h 240)
+  set(exact accurate_rnd+full_chroma_int+bitexact)
+  set(raw -f rawvideo -s ${w}x${h})
+  set(pattern -f lavfi -i testsrc2=size=${w}x${h}:rate=25 -frames:v 3 -fflags +bitexact)
+  macro(ffmpeg)
+    execute_process(COMMAND "${FFMPEG}" -nostdin -hide_banner -loglevel error ${ARGN} WORKING_DIRECTORY "${WORK}"
+      RESULT_VARIABLE rc OUTPUT_VARIABLE FFMPEG_OUT ERROR_VARIABLE FFMPEG_OUT)
+    if(NOT rc STREQUAL "0")
+      message(FATAL_ERROR "ffmpeg ${ARGN}\nexited with ${rc}:\n${FFMPEG_OUT}")
+    endif()
+  endmacro()
+  ffmpeg(${pattern} ${raw} -pix_fmt bgra source.bgra)
+  foreach(format yuyv422 nv12)
+    execute_process(
+      COMMAND "${FFMPEG}" -nostdin -loglevel error ${pattern} ${raw} -pix_fmt bgra -
+      COMMAND ${EMULATOR} "${TOOL}" --from bgra -s ${w}x${h} --to ${format} - tool.${format}
+      WORKING_DIRECTORY "${WORK}" RESULTS_VARIABLE rcs ERROR_VARIABLE err)
+    if(NOT rcs STREQUAL "0;0")
+      message(FATAL_ERROR "ffmpeg | tessiva-convert --to ${format} exited with ${rcs}:\n${err}")
+    endif()
+    ffmpeg(${raw} -pix_fmt bgra -i source.bgra -sws_flags ${exact}
+      -vf scale=out_color_matrix=bt601:out_range=tv ${raw} -pix_fmt ${format} ffmpeg.${format})
+  endforeach()
+  # 4:2:2: every sample within 1. 4:2:0: luma within 1; chroma sites differ
+  # (ffmpeg takes chroma at the left of a pair, the library the pair's
+  # mean), which moves sharp colour edges but not the mean.
+  check(compare yuy2 tool.yuyv422 ffmpeg.yuyv422 ${w} ${h} 1 1 1)
+  check(compare nv12 tool.nv12 ffmpeg.nv12 ${w} ${h} 1 255 1)
+
+  # ffmpeg decodes the tool's frames into pictures whose luma is within 40 dB
+  # of the source's, and whose RGB is within 40 dB of ffmpeg's own frames
+  # decoded the same way.
+  set(decode scale=in_color_matrix=bt601:in_range=tv:flags=${exact},format=bgra)
+  set(gray scale=flags=${exact},format=gray)
+  foreach(format yuyv422 nv12)
+    foreach(against source "ffmpeg's frames")
+      if(against STREQUAL "source")
+        set(second ${raw} -pix_fmt bgra -i source.bgra)
+        set(graph "[0:v]${decode},${gray}[a];[1:v]${gray}[b];[a][b]psnr")
+      else()
+        set(second ${raw} -pix_fmt ${format} -i ffmpeg.${format})
+        set(graph "[0:v]${decode}[a];[1:v]${decode}[b];[a][b]psnr")
+      endif()
+      # In a file: a CMake list would split the graph at its semicolons.
+      file(WRITE "${WORK}/graph.txt" "${graph}")
+      ffmpeg(-loglevel info ${raw} -pix_fmt ${format} -i tool.${format} ${second}
+        -filter_complex_script graph.txt -f null -)
+      if(NOT FFMPEG_OUT MATCHES "PSNR [^\n]*average:([0-9.]+|inf)")
+        message(FATAL_ERROR "no PSNR from ffmpeg:\n${FFMPEG_OUT}")
+      endif()
+      set(psnr ${CMAKE_MATCH_1})
+      message(STATUS "${format}: PSNR ${psnr} dB against ${against}")
+      if(NOT psnr STREQUAL "inf" AND psnr LESS 40)
+        message(FATAL_ERROR "${format}: PSNR ${psnr} dB against ${against}")
+      endif()
+    endforeach()
+  endforeach()
 
 else()
   message(FATAL_ERROR "unknown MODE '${MODE}'")

@@ -1,6 +1,5 @@
 #include "fields.h"
 
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -46,9 +45,7 @@ protected:
 
     static bool Check(TessivaResult result, const char* name, int slot, std::string* error) {
         if (result == TESSIVA_S_OK) return true;
-        char text[96];
-        std::snprintf(text, sizeof text, "%s (slot %d) failed with 0x%08X", name, slot, static_cast<unsigned>(result));
-        *error = text;
+        *error = SlotFailure(name, slot, result);
         return false;
     }
 

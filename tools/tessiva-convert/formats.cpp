@@ -38,17 +38,26 @@ bool ParseSide(const std::string& text, int* value) {
 
 const char* FormatName(PixelFormat f) { return kFormats[static_cast<int>(f)].name; }
 
-const char* FfmpegPixFmt(PixelFormat f) { return kFormats[static_cast<int>(f)].ffmpeg; }
-
 bool ParseFormat(const std::string& text, PixelFormat* f) {
     const std::string name = Lower(text);
     for (const FormatInfo& info : kFormats) {
-        if (name == info.name) {
+        if (name == info.name || (info.ffmpeg && name == info.ffmpeg)) {
             *f = info.format;
             return true;
         }
     }
     return false;
+}
+
+std::string FormatNames() {
+    std::string names;
+    for (const FormatInfo& info : kFormats) {
+        if (!names.empty()) names += ", ";
+        names += info.name;
+        // nv12 is ffmpeg's name too.
+        if (info.ffmpeg && std::string(info.ffmpeg) != info.name) names += std::string(" (") + info.ffmpeg + ")";
+    }
+    return names;
 }
 
 int32_t PackedPitch(PixelFormat f, int width) {

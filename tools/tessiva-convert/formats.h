@@ -18,10 +18,11 @@ struct FrameSize {
 
 // "rgb32", "yuy2", ... (lower case, as the options take them).
 const char* FormatName(PixelFormat f);
-// Case-insensitive; false for unknown names.
+// Our name or ffmpeg's pixel-format name ("bgra", "yuyv422", ...),
+// case-insensitive; false for unknown names.
 bool ParseFormat(const std::string& text, PixelFormat* f);
-// The ffmpeg -pix_fmt that has the same bytes, or null when there is none.
-const char* FfmpegPixFmt(PixelFormat f);
+// Every accepted name, for messages: "rgb32 (bgra), rgb24 (bgr24), ...".
+std::string FormatNames();
 
 // Row pitch in bytes of a packed frame (YV12 and NV12: of the luma plane).
 int32_t PackedPitch(PixelFormat f, int width);

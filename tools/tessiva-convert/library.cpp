@@ -1,43 +1,70 @@
 #include "library.h"
 
+#include <cstdio>
+#include <cstdlib>
+
+#include "system.h"
+
 namespace tessiva::tool {
 
-Library::~Library() {
-    if (converter_ && release_) release_(converter_);
-    platform::UnloadModule(module_);
+uint32_t LevelMask(int level) {
+    // Extension bits: MMX 1, SSE 2, SSE2 4, SSE3 8, SSSE3 16, SSE4.1 32,
+    // SSE4.2 64, AVX2 128. Each level keeps what it and the levels below use.
+    switch (level) {
+        case 0: return 0x00;
+        case 1: return 0x01;
+        case 2: return 0x03;
+        case 3: return 0x1F;
+        case 4: return 0x7F;
+        default: return 0xFF;
+    }
 }
 
-bool Library::Load(std::string* error) {
+bool LevelCapAvailable(std::string* why) {
 #if defined(_WIN32)
-    const char* file = "Tessiva.dll";
+    *why = "--level is not available on Windows: an administrator caps the level with the registry value "
+           "InstructionSet under HKLM\\SoftWare\\Brennix\\CpuDetect\\" + ProgramBaseName();
+    return false;
 #else
-    const char* file = "libTessiva.so";
+    (void)why;
+    return true;
 #endif
-    // Beside this program first, named by full path: a search by bare name on
-    // Linux depends on who calls dlopen (a sanitizer's interceptor has no
-    // RUNPATH of ours). Then the system's search, as a host would load it.
-    const std::u16string program = platform::ModuleFileName(nullptr);
-    const std::size_t slash = program.find_last_of(u"\\/");
-    if (slash != std::u16string::npos)
-        module_ = platform::LoadModule(program.substr(0, slash + 1) + u"Tessiva.dll");
-    if (!module_) module_ = platform::LoadModule(u"Tessiva.dll");
-    if (!module_) {
-        *error = std::string("cannot load ") + file +
-                 " (looked for beside this program, then on the system's library path)";
-        return false;
-    }
-    using GetFunction = TessivaHandle(TESSIVA_CALL*)();
-    auto get = reinterpret_cast<GetFunction>(platform::GetSymbol(module_, "GetTessiva"));
-    release_ = reinterpret_cast<ReleaseFunction>(platform::GetSymbol(module_, "ReleaseTessiva"));
-    if (!get || !release_) {
-        *error = std::string(file) + " does not export GetTessiva and ReleaseTessiva";
-        return false;
-    }
+}
+
+Library::~Library() {
+    if (converter_) ReleaseTessiva(converter_);
+    if (!capFile_.empty()) std::remove(capFile_.c_str());
+}
+
+bool Library::Load(int level, std::string* error) {
     // The tool converts host memory only: keep the OpenCL runtime unloaded
-    // (faster start, and no driver state left behind at exit).
-    std::u16string detect;
-    if (!platform::GetEnvironment(u"DetectOpenCL", &detect)) platform::SetEnvironment(u"DetectOpenCL", u"2");
-    converter_ = get();
+    // (faster start, no driver state left behind at exit) unless the user
+    // says otherwise.
+    if (!std::getenv("DetectOpenCL")) SetEnvironment("DetectOpenCL", "2");
+    // The library picks its instruction-set level when the converter is
+    // made, capped per program by the value InstructionSet under
+    // HKLM\SoftWare\Brennix\CpuDetect\<program name>, which it reads on Linux
+    // from the .reg file named by $BRENNIX_REGISTRY_FILE. --level writes such
+    // a file holding only this program's cap and points the variable at it
+    // for the run. On Windows that registry is the machine's own: no --level.
+    if (level >= 0) {
+        if (!LevelCapAvailable(error)) return false;
+#if !defined(_WIN32)
+        capFile_ = CreateTemporaryFile("tessiva-convert-level-", ".reg");
+        std::FILE* f = capFile_.empty() ? nullptr : std::fopen(capFile_.c_str(), "wb");
+        bool written = f && std::fprintf(f,
+                                         "Windows Registry Editor Version 5.00\r\n\r\n"
+                                         "[HKEY_LOCAL_MACHINE\\SoftWare\\Brennix\\CpuDetect\\%s]\r\n"
+                                         "\"InstructionSet\"=dword:%08x\r\n",
+                                         ProgramBaseName().c_str(), unsigned(LevelMask(level))) > 0;
+        if (f) written = std::fclose(f) == 0 && written;
+        if (!written || !SetEnvironment("BRENNIX_REGISTRY_FILE", capFile_.c_str())) {
+            *error = "cannot write the settings file that caps the level";
+            return false;
+        }
+#endif
+    }
+    converter_ = GetTessiva();
     if (!converter_) {
         *error = "GetTessiva returned no converter";
         return false;

@@ -8,8 +8,9 @@ namespace {
 using Apply = bool (*)(const std::string& value, Settings* s, std::string* error);
 
 struct Option {
-    const char* name;      // without the leading "--"
-    const char* argument;  // null for a switch
+    const char* name;       // without the leading "--"
+    const char* shortName;  // without the leading "-"; null when there is none
+    const char* argument;   // null for a switch
     const char* help;
     Apply apply;
 };
@@ -28,45 +29,54 @@ bool ParseCount(const std::string& text, int64_t low, int64_t high, int64_t* val
 
 bool FormatValue(const std::string& value, const char* option, PixelFormat* f, std::string* error) {
     if (ParseFormat(value, f)) return true;
-    *error = std::string("unknown format '") + value + "' for --" + option +
-             " (rgb32, rgb24, yuv32, yuy2, yv12 or nv12)";
+    *error = std::string("unknown format '") + value + "' for --" + option + " (" + FormatNames() + ")";
     return false;
 }
 
+bool SetOverwrite(Overwrite policy, Settings* s, std::string* error) {
+    if (s->overwriteGiven && s->overwrite != policy) {
+        *error = "-y and -n cannot be used together";
+        return false;
+    }
+    s->overwriteGiven = true;
+    s->overwrite = policy;
+    return true;
+}
+
 const Option kOptions[] = {
-    {"from", "FMT", "format of INPUT (needed with INPUT)",
+    {"from", nullptr, "FMT", "format of INPUT (needed with INPUT)",
      [](const std::string& v, Settings* s, std::string* e) {
          s->fromGiven = true;
          return FormatValue(v, "from", &s->from, e);
      }},
-    {"to", "FMT", "format of OUTPUT (default: the input's format)",
+    {"to", nullptr, "FMT", "format of OUTPUT (default: the input's format)",
      [](const std::string& v, Settings* s, std::string* e) {
          s->toGiven = true;
          return FormatValue(v, "to", &s->to, e);
      }},
-    {"size", "WxH", "frame size (needed with INPUT; test card: default\n1920x1080)",
+    {"size", "s", "WxH", "frame size (needed with INPUT; test card: default\n1920x1080)",
      [](const std::string& v, Settings* s, std::string* e) {
          s->sizeGiven = true;
          return ParseSize(v, &s->size, e);
      }},
-    {"frames", "N", "read at most N frames (test card: use it N times; default\nonce, twice for --fields weave)",
+    {"frames", nullptr, "N", "read at most N frames (test card: use it N times; default\nonce, twice for --fields weave)",
      [](const std::string& v, Settings* s, std::string* e) {
          if (ParseCount(v, 1, int64_t(1) << 40, &s->frames)) return true;
          *e = "--frames needs a positive whole number, not '" + v + "'";
          return false;
      }},
-    {"invert", nullptr, "mirror the picture vertically, with the library's\nInvert slots",
+    {"invert", nullptr, nullptr, "mirror the picture vertically, with the library's\nInvert slots",
      [](const std::string&, Settings* s, std::string*) {
          s->invert = true;
          return true;
      }},
-    {"fields", "OP", "split, top, bottom or weave: work on the fields of the\nframes (see Fields below)",
+    {"fields", nullptr, "OP", "split, top, bottom or weave: work on the fields of the\nframes (see Fields below)",
      [](const std::string& v, Settings* s, std::string* e) {
          if (ParseFieldStep(v, &s->fields)) return true;
          *e = "unknown value '" + v + "' for --fields (split, top, bottom or weave)";
          return false;
      }},
-    {"field-mode", "MODE",
+    {"field-mode", nullptr, "MODE",
      "double or interpolate: how --fields split, top and\nbottom rebuild the missing lines (default double)",
      [](const std::string& v, Settings* s, std::string* e) {
          s->fieldModeGiven = true;
@@ -74,17 +84,19 @@ const Option kOptions[] = {
          *e = "unknown value '" + v + "' for --field-mode (double or interpolate)";
          return false;
      }},
-    {"level", "N", "instruction-set level 0..6 of the NV12 writers (default 3)",
+    {"level", nullptr, "N",
+     "cap the library's instruction-set level at N: 0 none,\n1 MMX, 2 SSE, 3 SSE2, 4 SSE4.1, 6 AVX2 (Linux only;\n"
+     "default: the best the processor offers)",
      [](const std::string& v, Settings* s, std::string* e) {
          int64_t level = 0;
-         if (ParseCount(v, 0, 6, &level)) {
+         if (ParseCount(v, 0, 6, &level) && level != 5) {
              s->level = static_cast<int>(level);
              return true;
          }
-         *e = "--level needs a number from 0 to 6, not '" + v + "'";
+         *e = "--level needs 0, 1, 2, 3, 4 or 6, not '" + v + "'";
          return false;
      }},
-    {"png", "FILE", "also write the first output frame as an RGB PNG picture",
+    {"png", nullptr, "FILE", "also write the first output frame as an RGB PNG picture",
      [](const std::string& v, Settings* s, std::string* e) {
          if (v.empty()) {
              *e = "--png needs a file name";
@@ -93,21 +105,30 @@ const Option kOptions[] = {
          s->png = v;
          return true;
      }},
-    {"verbose", nullptr, "report the steps and the frame count on standard\nerror",
+    {"overwrite", "y", nullptr, "replace OUTPUT and the --png file if they exist",
+     [](const std::string&, Settings* s, std::string* e) { return SetOverwrite(Overwrite::kYes, s, e); }},
+    {"no-overwrite", "n", nullptr, "never replace an existing file (the default)",
+     [](const std::string&, Settings* s, std::string* e) { return SetOverwrite(Overwrite::kNever, s, e); }},
+    {"verbose", nullptr, nullptr, "report the steps and the frame count on standard\nerror",
      [](const std::string&, Settings* s, std::string*) {
          s->verbose = true;
          return true;
      }},
-    {"help", nullptr, "show this text",
+    {"quiet", nullptr, nullptr, "no progress line (shown on a terminal once a run takes\nmore than a second)",
+     [](const std::string&, Settings* s, std::string*) {
+         s->quiet = true;
+         return true;
+     }},
+    {"help", "h", nullptr, "show this text",
      [](const std::string&, Settings* s, std::string*) {
          s->help = true;
          return true;
      }},
 };
 
-const Option* FindOption(const std::string& name) {
+const Option* FindOption(const std::string& name, bool shortName) {
     for (const Option& o : kOptions)
-        if (name == o.name) return &o;
+        if (shortName ? o.shortName && name == o.shortName : name == o.name) return &o;
     return nullptr;
 }
 
@@ -131,19 +152,16 @@ bool ParseArguments(int count, const char* const* args, Settings* settings, std:
             optionsEnded = true;
             continue;
         }
-        if (arg == "-h") {
-            settings->help = true;
-            continue;
-        }
-        if (arg.compare(0, 2, "--") != 0) {
-            *error = "unknown option '" + arg + "'";
-            return false;
-        }
-        const std::size_t equals = arg.find('=');
-        const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-        const Option* option = FindOption(name);
+        // "--name", "--name=VALUE" or "-n"; a short name takes its value
+        // from the next argument, as ffmpeg's do.
+        const bool isLong = arg.compare(0, 2, "--") == 0;
+        const std::size_t equals = isLong ? arg.find('=') : std::string::npos;
+        const std::string name =
+            arg.substr(isLong ? 2 : 1, equals == std::string::npos ? std::string::npos : equals - 2);
+        const Option* option = FindOption(name, !isLong);
+        const std::string shown = (isLong ? "--" : "-") + name;
         if (!option) {
-            *error = "unknown option '--" + name + "'";
+            *error = "unknown option '" + shown + "'";
             return false;
         }
         std::string value;
@@ -153,11 +171,11 @@ bool ParseArguments(int count, const char* const* args, Settings* settings, std:
             } else if (i + 1 < count) {
                 value = args[++i];
             } else {
-                *error = "--" + name + " needs a value (" + option->argument + ")";
+                *error = shown + " needs a value (" + option->argument + ")";
                 return false;
             }
         } else if (equals != std::string::npos) {
-            *error = "--" + name + " takes no value";
+            *error = shown + " takes no value";
             return false;
         }
         if (!option->apply(value, settings, error)) return false;
@@ -175,17 +193,24 @@ std::string UsageText() {
     std::string text =
         "Usage: tessiva-convert [options] [INPUT] [OUTPUT]\n"
         "\n"
-        "Converts raw video frames with the Tessiva library, which it loads at run\n"
-        "time as a host does. With two names, frames are read from INPUT until it\n"
-        "ends; with one name, that name is OUTPUT and the built-in test card is\n"
-        "converted; with none, only --png is written. \"-\" is standard input or\n"
+        "Converts raw video frames with the Tessiva library, through its exported\n"
+        "interface as a host uses it. With two names, frames are read from INPUT\n"
+        "until it ends; with one name, that name is OUTPUT and the built-in test card\n"
+        "is converted; with none, only --png is written. \"-\" is standard input or\n"
         "output. Frames are packed without padding, one after another.\n"
+        "\n"
+        "Files: an existing OUTPUT or --png file is replaced only with -y. Files are\n"
+        "written under a temporary name beside their own and renamed into place when\n"
+        "the whole run has succeeded; a failed run leaves no file behind and an\n"
+        "existing one as it was. An output that is the input (the same file under any\n"
+        "name or link) is refused. Standard output is written as frames are done.\n"
         "\n"
         "Options:\n";
     // Help texts start in one column, after the widest option; a '\n' in a
     // help text continues it on the next line in that column.
     auto left = [](const Option& o) {
-        return std::string("  --") + o.name + (o.argument ? std::string(" ") + o.argument : "");
+        return std::string(o.shortName ? "  -" + std::string(o.shortName) + ", --" : "      --") + o.name +
+               (o.argument ? std::string(" ") + o.argument : "");
     };
     std::size_t column = 0;
     for (const Option& o : kOptions) column = std::max(column, left(o).size() + 2);
@@ -200,7 +225,8 @@ std::string UsageText() {
     }
     text +=
         "\n"
-        "Formats (FMT), their bytes and the ffmpeg -f rawvideo -pix_fmt with the same bytes:\n"
+        "Formats (FMT), their bytes and the ffmpeg -f rawvideo -pix_fmt with the same\n"
+        "bytes; FMT may be either name:\n"
         "  rgb32   bgra      B, G, R, A per pixel\n"
         "  rgb24   bgr24     B, G, R per pixel (write only)\n"
         "  yuv32   -         V, U, Y, A per pixel; ffmpeg has no such format\n"
@@ -213,11 +239,11 @@ std::string UsageText() {
         "YUV is BT.601 studio range (ffmpeg: -colorspace smpte170m -color_range tv).\n"
         "\n"
         "Every conversion runs through the library's interface, through rgb32 or yuv32\n"
-        "when no slot converts directly; nv12 is written by the library's NV12\n"
-        "routines from rgb32, yuv32 or yuy2. Nothing is read from rgb24 or nv12: the\n"
-        "library has no reader for them in host memory. The PNG shows the output\n"
-        "frame converted to RGB by the library (rgb24 and nv12 are first laid out as\n"
-        "rgb32 and yv12, moving bytes only).\n"
+        "when no slot converts directly. No slot writes nv12 in host memory: nv12 is\n"
+        "the library's yv12 with U and V interleaved (the same samples). Nothing is\n"
+        "read from rgb24 or nv12: the library has no reader for them in host memory.\n"
+        "The PNG shows the output frame converted to RGB by the library (rgb24 and\n"
+        "nv12 are first laid out as rgb32 and yv12, moving bytes only).\n"
         "\n"
         "Fields (--fields): the frames are taken as interlaced, their even lines\n"
         "(0, 2, ...) the top field and their odd lines the bottom field. The step\n"
@@ -234,14 +260,14 @@ std::string UsageText() {
         "--field-mode double repeats the nearest line of the kept field (the line\n"
         "above for the top field, below for the bottom field); interpolate takes the\n"
         "mean of the kept lines above and below, rounded as the library's routines for\n"
-        "this processor round (--level does not choose them).\n"
+        "this processor (or --level) round.\n"
         "\n"
         "Test card: colour bars, a grey ramp, a zone plate and one-pixel line\n"
         "patterns for judging chroma sub-sampling and fields; drawn as rgb32.\n"
         "\n"
         "Example, as part of an ffmpeg pipe:\n"
         "  ffmpeg -i in.mp4 -vf scale=1920:1080 -f rawvideo -pix_fmt bgra - |\n"
-        "    tessiva-convert --from rgb32 --size 1920x1080 --to yuy2 - - |\n"
+        "    tessiva-convert --from bgra -s 1920x1080 --to yuyv422 - - |\n"
         "    ffmpeg -f rawvideo -pix_fmt yuyv422 -s 1920x1080 -r 25 -i - out.mkv\n"
         "\n"
         "Each field of an interlaced clip as a frame of its own, at twice the rate:\n"
@@ -249,7 +275,9 @@ std::string UsageText() {
         "    tessiva-convert --from yuy2 --size 1920x1080 --fields split - - |\n"
         "    ffmpeg -f rawvideo -pix_fmt yuyv422 -s 1920x1080 -r 50 -i - fields.mkv\n"
         "\n"
-        "Exit status: 0 done, 1 a failure while converting, 2 bad arguments.\n";
+        "Exit status: 0 done; 1 a failure while converting; 2 bad arguments, or an\n"
+        "output refused before anything was read (the input itself, or an existing\n"
+        "file without -y).\n";
     return text;
 }
 

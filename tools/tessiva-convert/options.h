@@ -1,5 +1,6 @@
 // Command line of tessiva-convert. Options are rows of one table (options.cpp):
-// a new option is one row and one field of Settings.
+// a new option is one row and one field of Settings. Long names take "--name
+// VALUE" or "--name=VALUE"; the short names, as ffmpeg spells them, "-s VALUE".
 #pragma once
 #include <cstdint>
 #include <string>
@@ -8,6 +9,9 @@
 #include "formats.h"
 
 namespace tessiva::tool {
+
+// What to do with an output file that exists already (ffmpeg's -y and -n).
+enum class Overwrite { kRefuse, kYes, kNever };
 
 struct Settings {
     bool fromGiven = false;
@@ -21,9 +25,12 @@ struct Settings {
     FieldStep fields = FieldStep::kNone;
     bool fieldModeGiven = false;
     FieldMode fieldMode = FieldMode::kDouble;
-    int level = 3;       // routine-table level of the NV12 writers
+    int level = -1;      // cap of the library's instruction-set level; -1: none
+    Overwrite overwrite = Overwrite::kRefuse;
+    bool overwriteGiven = false;
     std::string png;     // empty: no preview
     bool verbose = false;
+    bool quiet = false;
     bool help = false;
     std::string input;   // empty: the test card
     std::string output;  // empty: no raw output

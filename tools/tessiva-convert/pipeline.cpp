@@ -2,10 +2,10 @@
 
 namespace tessiva::tool {
 
-ConvertOperation::ConvertOperation(ITessiva* library, int level, Route route, PixelFormat from, PixelFormat to,
+ConvertOperation::ConvertOperation(ITessiva* library, Route route, PixelFormat from, PixelFormat to,
                                    FrameSize size)
     : description_("convert " + DescribeRoute(from, route)),
-      converter_(library, level, std::move(route), from, to, size),
+      converter_(library, std::move(route), from, to, size),
       to_(to),
       size_(size) {}
 

@@ -34,7 +34,7 @@ public:
 // Converts every frame from one format to another along a planned route.
 class ConvertOperation : public FrameOperation {
 public:
-    ConvertOperation(ITessiva* library, int level, Route route, PixelFormat from, PixelFormat to, FrameSize size);
+    ConvertOperation(ITessiva* library, Route route, PixelFormat from, PixelFormat to, FrameSize size);
     std::string Describe() const override;
     bool Push(Frame frame, std::vector<Frame>* out, std::string* error) override;
 

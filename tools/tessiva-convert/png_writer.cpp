@@ -1,12 +1,11 @@
 #include "png_writer.h"
 
-#include <cerrno>
-#include <cstdio>
+#include <zlib.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <algorithm>
-
-#include "zlib_stream.h"
+#include <new>
 
 namespace tessiva::tool {
 namespace {
@@ -22,7 +21,7 @@ void PutChunk(std::vector<uint8_t>* out, const char type[4], const uint8_t* data
     const std::size_t start = out->size();
     out->insert(out->end(), type, type + 4);
     out->insert(out->end(), data, data + size);
-    PutBE32(out, Crc32(out->data() + start, size + 4));
+    PutBE32(out, uint32_t(crc32(0L, out->data() + start, uInt(size + 4))));
 }
 
 int Paeth(int a, int b, int c) {
@@ -90,27 +89,18 @@ std::vector<uint8_t> EncodePng(const uint8_t* rgb32, int width, int height, int3
     header.push_back(0);  // filter method 0
     header.push_back(0);  // no interlace
     PutChunk(&png, "IHDR", header.data(), header.size());
-    const std::vector<uint8_t> stream = ZlibCompress(filtered.data(), filtered.size());
+    uLongf streamBytes = compressBound(uLong(filtered.size()));
+    std::vector<uint8_t> stream(streamBytes);
+    // compress2 fails only for want of memory with a buffer of compressBound().
+    if (compress2(stream.data(), &streamBytes, filtered.data(), uLong(filtered.size()), Z_DEFAULT_COMPRESSION) !=
+        Z_OK)
+        throw std::bad_alloc();
+    stream.resize(streamBytes);
     constexpr std::size_t kChunk = 1 << 20;
     for (std::size_t at = 0; at < stream.size(); at += kChunk)
         PutChunk(&png, "IDAT", stream.data() + at, std::min(kChunk, stream.size() - at));
     PutChunk(&png, "IEND", nullptr, 0);
     return png;
-}
-
-bool WriteFile(const std::string& path, const std::vector<uint8_t>& bytes, std::string* error) {
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) {
-        *error = "cannot create '" + path + "': " + std::strerror(errno);
-        return false;
-    }
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-    const bool closed = std::fclose(f) == 0;
-    if (!written || !closed) {
-        *error = "cannot write '" + path + "'";
-        return false;
-    }
-    return true;
 }
 
 }  // namespace tessiva::tool

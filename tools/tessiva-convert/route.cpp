@@ -10,42 +10,52 @@ namespace {
 using F = PixelFormat;
 
 // RGB24 widened to RGB32 with alpha 255: the bytes that RGB24toRGB32 gives.
-void RepackRGB24toRGB32(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
-                        uint32_t dh, uint32_t dp) {
-    if (!SameSize(sw, sh, dw, dh)) return;
-    for (uint32_t y = 0; y < sh; ++y) {
-        const uint8_t* s = src + std::size_t(y) * sp;
-        uint8_t* d = dst + std::size_t(y) * dp;
-        for (uint32_t x = 0; x < sw; ++x) {
-            d[4 * x + 0] = s[3 * x + 0];
-            d[4 * x + 1] = s[3 * x + 1];
-            d[4 * x + 2] = s[3 * x + 2];
-            d[4 * x + 3] = 255;
-        }
+void RepackRGB24toRGB32(const uint8_t* src, uint8_t* dst, FrameSize size) {
+    const std::size_t pixels = std::size_t(size.width) * std::size_t(size.height);
+    for (std::size_t i = 0; i < pixels; ++i) {
+        dst[4 * i + 0] = src[3 * i + 0];
+        dst[4 * i + 1] = src[3 * i + 1];
+        dst[4 * i + 2] = src[3 * i + 2];
+        dst[4 * i + 3] = 255;
     }
 }
 
-// NV12 to YV12: the Y plane as it is, the interleaved U, V plane split into the
-// V plane (offset P H, pitch P / 2) and the U plane (offset P H + P H / 4).
-void RepackNV12toYV12(const uint8_t* src, uint32_t sw, uint32_t sh, uint32_t sp, uint8_t* dst, uint32_t dw,
-                      uint32_t dh, uint32_t dp) {
-    if (!SameSize(sw, sh, dw, dh)) return;
-    for (uint32_t y = 0; y < sh; ++y) std::memcpy(dst + std::size_t(y) * dp, src + std::size_t(y) * sp, sw);
-    const uint8_t* uv = src + std::size_t(sp) * sh;
-    uint8_t* v = dst + std::size_t(dp) * dh;
-    uint8_t* u = v + std::size_t(dp) * dh / 4;
-    for (uint32_t y = 0; y < sh / 2; ++y) {
-        const uint8_t* s = uv + std::size_t(y) * sp;
-        for (uint32_t x = 0; x < sw / 2; ++x) {
-            u[std::size_t(y) * (dp / 2) + x] = s[2 * x];
-            v[std::size_t(y) * (dp / 2) + x] = s[2 * x + 1];
-        }
+// The chroma planes of packed YV12 and NV12 frames: YV12 holds V (W/2 x H/2)
+// then U after the Y plane; NV12 holds U, V pairs there, U first.
+struct ChromaPlanes {
+    std::size_t lumaBytes, samples;
+};
+ChromaPlanes Chroma(FrameSize size) {
+    const std::size_t luma = std::size_t(size.width) * std::size_t(size.height);
+    return {luma, luma / 4};
+}
+
+void RepackYV12toNV12(const uint8_t* src, uint8_t* dst, FrameSize size) {
+    const ChromaPlanes c = Chroma(size);
+    std::memcpy(dst, src, c.lumaBytes);
+    const uint8_t* v = src + c.lumaBytes;
+    const uint8_t* u = v + c.samples;
+    uint8_t* uv = dst + c.lumaBytes;
+    for (std::size_t i = 0; i < c.samples; ++i) {
+        uv[2 * i] = u[i];
+        uv[2 * i + 1] = v[i];
     }
 }
 
-#define SLOT(n, a, b, inv, fn) {F::a, F::b, inv, Step::kSlot, n, &ITessiva::fn, nullptr, nullptr, #fn}
-#define ENTRY(a, b, fn) {F::a, F::b, false, Step::kTableEntry, -1, nullptr, &RoutineTable::fn, nullptr, #fn}
-#define REPACK(a, b, fn) {F::a, F::b, false, Step::kRepack, -1, nullptr, nullptr, fn, "repack"}
+void RepackNV12toYV12(const uint8_t* src, uint8_t* dst, FrameSize size) {
+    const ChromaPlanes c = Chroma(size);
+    std::memcpy(dst, src, c.lumaBytes);
+    const uint8_t* uv = src + c.lumaBytes;
+    uint8_t* v = dst + c.lumaBytes;
+    uint8_t* u = v + c.samples;
+    for (std::size_t i = 0; i < c.samples; ++i) {
+        u[i] = uv[2 * i];
+        v[i] = uv[2 * i + 1];
+    }
+}
+
+#define SLOT(n, a, b, inv, fn) {F::a, F::b, inv, Step::kSlot, n, &ITessiva::fn, nullptr, #fn}
+#define REPACK(kind, a, b, fn) {F::a, F::b, false, Step::kind, -1, nullptr, fn, "repack"}
 
 // Host-memory conversions only: RGB24toRGB32 (slot 7) runs on OpenCL memory
 // alone, and YV12toYUV32 (slot 17) writes nothing in host memory.
@@ -72,23 +82,24 @@ const Step kSteps[] = {
     SLOT(19, YV12, RGB32, true, InvertYV12toRGB32),
     SLOT(23, YUV32, RGB24, true, InvertYUV32toRGB24),
     SLOT(25, YUY2, RGB24, true, InvertYUY2toRGB24),
-    ENTRY(RGB32, NV12, RGB32toNV12),
-    ENTRY(YUV32, NV12, YUV32toNV12),
-    ENTRY(YUY2, NV12, YUY2toNV12),
-    REPACK(RGB24, RGB32, RepackRGB24toRGB32),
-    REPACK(NV12, YV12, RepackNV12toYV12),
+    REPACK(kRepack, YV12, NV12, RepackYV12toNV12),
+    REPACK(kPreviewRepack, RGB24, RGB32, RepackRGB24toRGB32),
+    REPACK(kPreviewRepack, NV12, YV12, RepackNV12toYV12),
 };
 #undef SLOT
-#undef ENTRY
 #undef REPACK
 
 bool IsRgb(PixelFormat f) { return f == F::RGB32 || f == F::RGB24; }
 
-int Cost(const Step& s) { return 10 + (IsRgb(s.from) != IsRgb(s.to) ? 1 : 0); }
+// A repack moves bytes only: it costs less than any conversion.
+int Cost(const Step& s) {
+    if (s.kind != Step::kSlot) return 1;
+    return 10 + (IsRgb(s.from) != IsRgb(s.to) ? 1 : 0);
+}
 
 }  // namespace
 
-bool PlanRoute(PixelFormat from, PixelFormat to, bool invert, bool allowRepack, Route* route) {
+bool PlanRoute(PixelFormat from, PixelFormat to, bool invert, bool forPreview, Route* route) {
     route->clear();
     if (from == to && !invert) return true;
     // Dijkstra over (format, mirrored yet) states; twelve of them, so plain arrays.
@@ -109,7 +120,7 @@ bool PlanRoute(PixelFormat from, PixelFormat to, bool invert, bool allowRepack, 
         const PixelFormat format = static_cast<PixelFormat>(current / 2);
         const bool mirrored = current % 2 != 0;
         for (const Step& s : kSteps) {
-            if (s.from != format || (s.kind == Step::kRepack && !allowRepack)) continue;
+            if (s.from != format || (s.kind == Step::kPreviewRepack && !forPreview)) continue;
             if (s.invert && (mirrored || !invert)) continue;
             const int next = state(s.to, mirrored || s.invert);
             if (cost[current] + Cost(s) < cost[next]) {
@@ -132,7 +143,6 @@ std::string DescribeRoute(PixelFormat from, const Route& route) {
         char detail[64];
         switch (s->kind) {
             case Step::kSlot: std::snprintf(detail, sizeof detail, "%s, slot %d", s->name, s->slot); break;
-            case Step::kTableEntry: std::snprintf(detail, sizeof detail, "%s, routine table", s->name); break;
             default: std::snprintf(detail, sizeof detail, "byte repack"); break;
         }
         text += std::string(" -> ") + FormatName(s->to) + " (" + detail + ")";
@@ -140,9 +150,14 @@ std::string DescribeRoute(PixelFormat from, const Route& route) {
     return text;
 }
 
-Converter::Converter(ITessiva* library, int level, Route route, PixelFormat from, PixelFormat to, FrameSize size)
-    : library_(library), table_(RoutinesForLevel(level)), route_(std::move(route)), from_(from), to_(to),
-      size_(size) {}
+std::string SlotFailure(const char* name, int slot, TessivaResult result) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%s (slot %d) failed with 0x%08X", name, slot, static_cast<unsigned>(result));
+    return text;
+}
+
+Converter::Converter(ITessiva* library, Route route, PixelFormat from, PixelFormat to, FrameSize size)
+    : library_(library), route_(std::move(route)), from_(from), to_(to), size_(size) {}
 
 bool Converter::Run(const uint8_t* in, std::vector<uint8_t>* out, std::string* error) {
     out->resize(FrameBytes(to_, size_));
@@ -157,27 +172,17 @@ bool Converter::Run(const uint8_t* in, std::vector<uint8_t>* out, std::string* e
         std::vector<uint8_t>* target = i + 1 == route_.size() ? out : &scratch_[i % 2];
         target->resize(FrameBytes(s.to, size_));
         uint8_t* dst = target->data();
+        if (s.kind != Step::kSlot) {
+            s.repack(src, dst, size_);
+            src = dst;
+            continue;
+        }
         const int32_t sp = PackedPitch(s.from, w), dp = PackedPitch(s.to, w);
-        switch (s.kind) {
-            case Step::kSlot: {
-                const TessivaResult r = (library_->*s.call)(nullptr, TESSIVA_MEMORY_HOST, const_cast<uint8_t*>(src),
-                                                            w, h, sp, TESSIVA_MEMORY_HOST, dst, w, h, dp);
-                if (r != TESSIVA_S_OK) {
-                    char text[96];
-                    std::snprintf(text, sizeof text, "%s (slot %d) failed with 0x%08X", s.name, s.slot,
-                                  static_cast<unsigned>(r));
-                    *error = text;
-                    return false;
-                }
-                break;
-            }
-            case Step::kTableEntry:
-                (table_.*s.entry)(src, uint32_t(w), uint32_t(h), uint32_t(sp), dst, uint32_t(w), uint32_t(h),
-                                  uint32_t(dp));
-                break;
-            case Step::kRepack:
-                s.repack(src, uint32_t(w), uint32_t(h), uint32_t(sp), dst, uint32_t(w), uint32_t(h), uint32_t(dp));
-                break;
+        const TessivaResult r = (library_->*s.call)(nullptr, TESSIVA_MEMORY_HOST, const_cast<uint8_t*>(src), w, h,
+                                                    sp, TESSIVA_MEMORY_HOST, dst, w, h, dp);
+        if (r != TESSIVA_S_OK) {
+            *error = SlotFailure(s.name, s.slot, r);
+            return false;
         }
         src = dst;
     }
