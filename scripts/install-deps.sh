@@ -5,8 +5,8 @@
 # zlib writes the tool's PNG files (zlib1g-dev natively, libz-mingw-w64-dev for
 # the Windows build); ffmpeg is the reference of the tool's end-to-end test.
 set -euo pipefail
-native=(cmake ninja-build g++ pkgconf googletest opencl-c-headers ocl-icd-opencl-dev pocl-opencl-icd zlib1g-dev ffmpeg)
-all=("${native[@]}" g++-mingw-w64-x86-64 libz-mingw-w64-dev wine64 libbenchmark-dev libyuv-dev)
+native=(cmake ninja-build g++ pkgconf googletest opencl-c-headers ocl-icd-opencl-dev pocl-opencl-icd zlib1g-dev)
+all=("${native[@]}" ffmpeg g++-mingw-w64-x86-64 libz-mingw-w64-dev wine64 libbenchmark-dev libyuv-dev)
 want=("${all[@]}")
 [ "${1:-}" = native ] && want=("${native[@]}")
 missing=()
